@@ -23,14 +23,15 @@ struct Registry {
     std::vector<std::weak_ptr<Module>> modules;  // in the order of registration
 };
 
-// Built on first use, so that other files may register classes from static initialisers, and
-// never destroyed, so that modules released during program exit can still unregister.
+// Built on first use with every built-in service, and never destroyed, so that modules released during program exit can still unregister.
 Registry& TheRegistry() {
     static Registry* registry = [] {
         auto* r = new Registry;
         r->hostClasses[CLSID_ThreadPool] = CreateThreadPool;
         r->hostClasses[CLSID_GammaTableCache] = CreateGammaTableCache;
         r->hostClasses[CLSID_ColorNameProvider] = CreateColorNameProvider;
+        r->hostClasses[CLSID_ConfigBuilder] = CreateConfigBuilder;
+        r->hostClasses[CLSID_OperationManager] = CreateOperationManager;
         return r;
     }();
     return *registry;

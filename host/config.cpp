@@ -94,8 +94,10 @@ bool ConditionHolds(const TConfigValue& aValue, const TConfigOptionCondition& aC
     case ECVTFloat: return Compare(aValue.fVal, code, ref.fVal);
     case ECVTBool: return Compare(aValue.bVal, code, ref.bVal);
     case ECVTString: return Compare(ZTStrView(aValue.bstrVal), code, ZTStrView(ref.bstrVal));
-    default:  // class ids, colours and vectors have no order
-        return code == ECOCEqual ? ConfigValuesEqual(aValue, ref) : code == ECOCNotEqual && !ConfigValuesEqual(aValue, ref);
+    default: {  // class ids, colours and vectors have no order
+        const bool equal = ConfigValuesEqual(aValue, ref);
+        return code == ECOCEqual ? equal : code == ECOCNotEqual && !equal;
+    }
     }
 }
 
@@ -351,7 +353,8 @@ bool CConfig::IsActive(const Item& aItem) const {
 
 // A condition names an item that stands before aOwnItem (before the new item when null), and
 // compares with a value of that item's type.
-HRESULT CConfig::CheckConditions(const Item* aOwnItem, uint32_t aCount, const TConfigOptionCondition* aConditions) const {
+HRESULT CConfig::CheckConditions(const Item* aOwnItem, uint32_t aCount,
+                                 const TConfigOptionCondition* aConditions) const {
     if (aCount && !aConditions) return E_POINTER;
     for (uint32_t i = 0; i < aCount; ++i) {
         const TConfigOptionCondition& c = aConditions[i];
@@ -596,14 +599,8 @@ std::vector<ConfigItemInfo> DescribeConfig(IConfig* aConfig) {
     return config ? config->Describe() : std::vector<ConfigItemInfo>();
 }
 
-namespace {
-
-const bool registered = (RegisterHostClass(CLSID_ConfigBuilder,
-                                           [](const IID& aIID, void** aOut) {
-                                               return Guard([&] { return CConfig::Create()->QueryInterface(aIID, aOut); });
-                                           }),
-                         true);
-
-}  // namespace
+HRESULT CreateConfigBuilder(const IID& aIID, void** aOut) {
+    return Guard([&] { return CConfig::Create()->QueryInterface(aIID, aOut); });
+}
 
 }  // namespace zthost

@@ -89,7 +89,8 @@ private:
     bool IsActive(const Item& aItem) const;
     HRESULT CheckConditions(const Item* aOwnItem, uint32_t aCount, const TConfigOptionCondition* aConditions) const;
     HRESULT CheckNewItem(const char16_t* aKey, ILocalizedString* aName, const TConfigValue* aDefault) const;
-    HRESULT InsertItem(std::unique_ptr<Item> aItem, uint32_t aConditionCount, const TConfigOptionCondition* aConditions);
+    HRESULT InsertItem(std::unique_ptr<Item> aItem, uint32_t aConditionCount,
+                       const TConfigOptionCondition* aConditions);
     void Notify(const std::vector<std::u16string>& aKeys);
 
     std::atomic<uint32_t> refs_{0};

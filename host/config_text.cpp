@@ -20,7 +20,10 @@ std::string FloatText(float aValue) {
 
 std::string FloatsText(const float* aValues, int aCount) {
     std::string text;
-    for (int i = 0; i < aCount; ++i) text += (i ? "," : "") + FloatText(aValues[i]);
+    for (int i = 0; i < aCount; ++i) {
+        if (i) text += ',';
+        text += FloatText(aValues[i]);
+    }
     return text;
 }
 
@@ -144,7 +147,8 @@ HRESULT SetFromText(IConfig* aConfig, const std::string& aKey, const std::string
         const size_t end = path.find(u'\\', start);
         const std::u16string segment = path.substr(start, end == path.npos ? path.npos : end - start);
         items = DescribeConfig(level);
-        auto found = std::find_if(items.begin(), items.end(), [&](const ConfigItemInfo& i) { return i.key == segment; });
+        auto found =
+            std::find_if(items.begin(), items.end(), [&](const ConfigItemInfo& i) { return i.key == segment; });
         if (found == items.end()) return fail("unknown key \"" + aKey + "\"; known keys: " + KeyList(items, prefix));
         if (end == path.npos) {
             item = &*found;
@@ -240,7 +244,7 @@ std::string ConfigValueToString(const TConfigValue& aValue) {
     case ECVTFloat: return FloatText(aValue.fVal);
     case ECVTBool: return aValue.bVal ? "true" : "false";
     case ECVTString: return Escape(Utf16ToUtf8(ZTStrView(aValue.bstrVal)));
-    case ECVTGUID: return "{" + GuidToString(aValue.guidVal) + "}";
+    case ECVTGUID: return std::string("{").append(GuidToString(aValue.guidVal)).append("}");
     case ECVTFloatColor: return FloatsText(aValue.vecVal, 4);
     case ECVTVector3: return FloatsText(aValue.vecVal, 3);
     default: return std::string();
@@ -284,7 +288,8 @@ HRESULT ConfigFromText(IConfig* aConfig, const std::string& aText, std::string* 
             if (aError) *aError = where + "\"" + std::string(line) + "\" is not of the form key=value";
             return E_INVALIDARG;
         }
-        hr = SetFromText(draft, std::string(line.substr(0, equals)), std::string(line.substr(equals + 1)), true, aError);
+        const std::string key(line.substr(0, equals)), value(line.substr(equals + 1));
+        hr = SetFromText(draft, key, value, true, aError);
         if (FAILED(hr)) {
             if (aError) *aError = where + *aError;
             return hr;

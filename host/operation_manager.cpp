@@ -79,14 +79,10 @@ private:
 
 COperationManager theManager;
 
-const bool registered = (RegisterHostClass(CLSID_OperationManager,
-                                           [](const IID& aIID, void** aOut) {
-                                               return theManager.QueryInterface(aIID, aOut);
-                                           }),
-                         true);
-
 }  // namespace
 
 ComPtr<IOperationManager> OperationManager() { return &theManager; }
+
+HRESULT CreateOperationManager(const IID& aIID, void** aOut) { return theManager.QueryInterface(aIID, aOut); }
 
 }  // namespace zthost

@@ -1,6 +1,7 @@
 // An in-memory raster document: canvas, content rectangle, default pixel, resolution, gamma,
 // and a pixel buffer whose rectangle may be larger than the content.
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdlib>
 #include <mutex>
@@ -59,6 +60,8 @@ bool Truncate(float aValue, int64_t* aWhole) {
 }
 
 void FreePixels(void* aPixels) { std::free(aPixels); }
+
+std::atomic<uint64_t> g_bufferLimit{UINT64_MAX};
 
 // At least one pixel, so that an empty request still gets a buffer to hand back.
 TPixelChannel* NewPixels(uint64_t aCount) {
@@ -328,7 +331,10 @@ public:
 
     HRESULT BufferAllocate(TImageSize aSize, TPixelChannel** aPixels, ZTPixelDeleter* aDeleter) override {
         if (!aPixels || !aDeleter) return E_POINTER;
-        *aPixels = NewPixels(uint64_t(aSize.nX) * aSize.nY);
+        *aPixels = nullptr;
+        const uint64_t count = uint64_t(aSize.nX) * aSize.nY;
+        if (count > g_bufferLimit.load()) return E_OUTOFMEMORY;
+        *aPixels = NewPixels(count);
         if (!*aPixels) return E_OUTOFMEMORY;
         *aDeleter = FreePixels;
         return S_OK;
@@ -500,5 +506,7 @@ ComPtr<IDocument> CopyRasterDocument(IDocument* aDocument) {
     init.gamma = state.gamma;
     return CreateRasterDocument(init);
 }
+
+void SetBufferLimit(uint64_t aPixels) { g_bufferLimit.store(aPixels); }
 
 }  // namespace zthost

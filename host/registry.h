@@ -18,5 +18,7 @@ void UnregisterHostClass(const CLSID& aClassID);
 HRESULT CreateThreadPool(const IID& aIID, void** aOut);
 HRESULT CreateGammaTableCache(const IID& aIID, void** aOut);
 HRESULT CreateColorNameProvider(const IID& aIID, void** aOut);
+HRESULT CreateConfigBuilder(const IID& aIID, void** aOut);
+HRESULT CreateOperationManager(const IID& aIID, void** aOut);
 
 }  // namespace zthost

@@ -56,7 +56,9 @@ public:
         return S_OK;
     }
 
-    // aThreads 0: one share per thread of the pool; otherwise that many shares.
+    // aThreads 0: one share per thread of the pool; otherwise that many shares. Shares are
+    // handed out whatever the size of the work: a task with fewer rows than shares turns the
+    // extra ones away itself.
     HRESULT Execute(uint32_t aThreads, IThreadedTask* aTask) override {
         if (!aTask) return E_POINTER;
         const uint32_t size = size_;

@@ -119,6 +119,10 @@ struct RasterImageState {
 // False when aDocument is not a document of this host.
 bool InspectRasterDocument(IDocument* aDocument, RasterImageState* aState);
 
+// Largest buffer, in pixels, that BufferAllocate hands out; larger requests fail with
+// E_OUTOFMEMORY as if memory had run out (default: no limit beyond the interfaces' own).
+void SetBufferLimit(uint64_t aPixels);
+
 // A copy of a raster document with its own pixels.
 ComPtr<IDocument> CopyRasterDocument(IDocument* aDocument);
 

@@ -526,6 +526,9 @@ int Apply(const std::vector<std::string>& aArgs) {
     const CLSID id = ResolveOperation(*module, o.operation);
     const std::string shortName = zthost::ShortNameOf(id);
     if (o.threads) zthost::SetThreadCount(o.threads);
+    // Lets a test (or a careful user) make large runs fail as if memory were short.
+    if (const char* limit = std::getenv("ZT_HOST_BUFFER_LIMIT"))
+        zthost::SetBufferLimit(static_cast<uint64_t>(ParseInteger("ZT_HOST_BUFFER_LIMIT", limit, 0, LLONG_MAX)));
     ComPtr<IOperationManager> manager = zthost::OperationManager();
     ComPtr<IDocumentOperation> op = CreateOperation(id, shortName);
 

@@ -86,7 +86,8 @@ TEST(Activation, TheHostServicesAreThereFromTheStart) {
 }
 
 TEST(Activation, ARegisteredHostClassIsCreatedUntilUnregistered) {
-    zthost::RegisterHostClass(kFakeClass, [](const IID& aIID, void** aOut) { return gFakeTask.QueryInterface(aIID, aOut); });
+    zthost::RegisterHostClass(kFakeClass,
+                              [](const IID& aIID, void** aOut) { return gFakeTask.QueryInterface(aIID, aOut); });
     EXPECT_EQ(zthost::Create<IThreadedTask>(kFakeClass).get(), &gFakeTask);
     zthost::UnregisterHostClass(kFakeClass);
     EXPECT_FALSE(zthost::Create<IThreadedTask>(kFakeClass));

@@ -199,8 +199,9 @@ TEST(Config, BuilderRefusesMalformedItems) {
     EXPECT_EQ(config->ItemInsSimple(u"B", Text(u"B"), nullptr, &empty, nullptr, 0, nullptr), E_INVALIDARG);
     EXPECT_EQ(config->ItemInsSimple(u"B", Text(u"B"), nullptr, nullptr, nullptr, 0, nullptr), E_POINTER);
     EXPECT_EQ(config->ItemInsSimple(u"B", nullptr, nullptr, &value, nullptr, 0, nullptr), E_POINTER);
-    EXPECT_EQ(config->ItemInsRanged(u"B", Text(u"B"), nullptr, &value, nullptr, &value, &floatValue, &value, 0, nullptr),
-              E_INVALIDARG);
+    EXPECT_EQ(
+        config->ItemInsRanged(u"B", Text(u"B"), nullptr, &value, nullptr, &value, &floatValue, &value, 0, nullptr),
+        E_INVALIDARG);
     EXPECT_EQ(config->ItemOptionAdd(u"A", &value, Text(u"Zero"), 0, nullptr), E_INVALIDARG);  // not a pick-one
 
     ASSERT_EQ(config->ItemIns1ofN(u"P", Text(u"P"), nullptr, &value, nullptr), S_OK);
@@ -415,7 +416,8 @@ TEST(ConfigText, OneLinePerItemWithNestedKeysAndEscapedStrings) {
     ASSERT_EQ(inner->ItemInsSimple(u"Id", Text(u"Id"), nullptr, &id, nullptr, 0, nullptr), S_OK);
 
     ComPtr<CConfig> config = NewConfig();
-    TConfigValue count = Long(-12), on = Bool(true), colour = Colour(1, 0.5f, 0, 0.25f), direction = Vector(0, -1, 2.5f);
+    TConfigValue count = Long(-12), on = Bool(true);
+    TConfigValue colour = Colour(1, 0.5f, 0, 0.25f), direction = Vector(0, -1, 2.5f);
     String text(u"a\\b\nc=d\r\u00e9");
     ASSERT_EQ(config->ItemInsSimple(u"Count", Text(u"Count"), nullptr, &count, nullptr, 0, nullptr), S_OK);
     ASSERT_EQ(config->ItemInsSimple(u"On", Text(u"On"), nullptr, &on, nullptr, 0, nullptr), S_OK);
