@@ -1,6 +1,7 @@
 // The integer HLS pixel function of Shift hue: works on encoded bytes, no gamma.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 
@@ -12,7 +13,8 @@ namespace zt {
 inline uint32_t HueChannel(uint32_t aLow, uint32_t aHigh, uint32_t aU) {
     const uint32_t v = (aU + 10922) & 0xFFFF;
     const uint32_t m = v < 32768 ? v : 65535 - v;
-    const uint32_t w = m < 10922 ? 0 : m < 21845 ? m - 10922 : 10922;
+    // 0 below a sixth of the turn, rising to 10922 at a third: the clamp keeps it free of branches.
+    const uint32_t w = uint32_t(std::clamp(int32_t(m) - 10922, 0, 10922));
     return (((aHigh - aLow) * w) / 10922 + aLow) >> 8;
 }
 
@@ -23,8 +25,7 @@ inline uint32_t ShiftHueShift(float aAngle) {
 
 inline TPixelChannel ShiftHuePixel(TPixelChannel aPixel, uint32_t aShift) {
     const int32_t r = aPixel.bR, g = aPixel.bG, b = aPixel.bB;
-    const int32_t mx = r > g ? (r > b ? r : b) : (g > b ? g : b);
-    const int32_t mn = r < g ? (r < b ? r : b) : (g < b ? g : b);
+    const int32_t mx = std::max(std::max(r, g), b), mn = std::min(std::min(r, g), b);
     const int32_t d = mx - mn, sum = mx + mn;
     const uint32_t lightness = uint32_t(sum) * 128;
     TPixelChannel out;
@@ -35,10 +36,8 @@ inline TPixelChannel ShiftHuePixel(TPixelChannel aPixel, uint32_t aShift) {
     const uint32_t denominator = lightness < 32768 ? uint32_t(sum) : uint32_t(510 - sum);
     const uint32_t saturation = uint32_t(d) * 65535 / denominator;
     const int32_t six = d * 6;
-    int32_t h;
-    if (r == mx) h = (g - b) * 65535 / six;
-    else if (g == mx) h = (2 * d - r + b) * 65535 / six;
-    else h = (4 * d - g + r) * 65535 / six;
+    const int32_t sector = r == mx ? g - b : (g == mx ? 2 * d - r + b : 4 * d - g + r);
+    const int32_t h = sector * 65535 / six;  // signed: red sectors may turn negative
     const uint32_t t = (uint32_t(h) + aShift) & 0xFFFF;
     uint32_t q = saturation * lightness / 65535;
     if (lightness > 32767) q = saturation - q;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "operations/colour/shift_hue_op.h"
@@ -55,3 +56,4 @@ TEST(HueChannel, PiecesOfTheTurn) {
     EXPECT_EQ(0u, HueChannel(0, 65280, 43690));     // w = 1 truncates to nothing
     EXPECT_EQ(50u, HueChannel(12800, 51200, 47331));
 }
+
