@@ -36,8 +36,17 @@ test-sanitize: deps
 	cmake --build $(BUILD_ASAN) -j$(JOBS)
 	cd $(BUILD_ASAN) && ctest --output-on-failure -j$(JOBS)
 
+# Our benchmarks beside the peers (OpenCV, libvips, GEGL), in one run.
+PEERS := python3-opencv python3-numpy libvips-tools gegl
 bench: build
-	./$(BUILD)/bench/zt_bench
+	@missing=""; for p in $(PEERS); do \
+	  dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q "install ok installed" || missing="$$missing $$p"; \
+	done; \
+	if [ -n "$$missing" ]; then \
+	  if [ "$$(id -u)" -eq 0 ]; then SUDO=""; else SUDO="sudo"; fi; \
+	  $$SUDO apt-get update -qq && DEBIAN_FRONTEND=noninteractive $$SUDO apt-get install -y -qq --no-install-recommends $$missing; \
+	fi
+	/usr/bin/python3 bench/compare.py $(BUILD)
 
 clean:
 	rm -rf $(BUILD) $(BUILD_ASAN) out

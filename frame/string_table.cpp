@@ -1,13 +1,17 @@
 #include "frame/string_table.h"
 
+#include <vector>
+
 namespace zt {
 
-namespace {
-const SStringEntry kStrings[] = {
-    {IDS_NAME_SHIFTHUE, u"Raster Image - Shift Hue", u"Rastrový obrázek - Posun odstínu"},
-};
-}  // namespace
-
-std::span<const SStringEntry> StringTable() { return kStrings; }
+std::span<const SStringEntry> StringTable() {
+    static const std::vector<SStringEntry> all = [] {
+        std::vector<SStringEntry> v;
+        for (auto part : {ColourStrings(), BlurStrings(), ShapeStrings(), GeometryStrings()})
+            v.insert(v.end(), part.begin(), part.end());
+        return v;
+    }();
+    return all;
+}
 
 }  // namespace zt

@@ -2,7 +2,7 @@
 
 #include "frame/boundary.h"
 #include "frame/config.h"
-#include "frame/string_table.h"
+#include "operations/colour/colour_strings.h"
 #include "frame/text.h"
 #include "operations/colour/shift_hue_op.h"
 #include "pixel/pixel_task.h"

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "frame/string_table.h"
+#include "operations/colour/colour_strings.h"
 #include "frame/text.h"
 
 using namespace zt;

@@ -1,0 +1,62 @@
+#!/usr/bin/python3
+"""Runs our benchmarks and the peers' in one go and prints times with ratios.
+
+Our times come from zt_bench (Google Benchmark, JSON). Each peer is a script in bench/peers/
+that prints lines "Group/what milliseconds" for the same work on the same pixels. Within a
+group (the part of a name before the first '/'), every one of our results is printed as a
+ratio to every peer result: below 1 means we are faster.
+"""
+import json
+import os
+import subprocess
+import sys
+import tempfile
+
+here = os.path.dirname(os.path.abspath(__file__))
+build = sys.argv[1] if len(sys.argv) > 1 else os.path.join(here, "..", "build")
+extra = sys.argv[2:]
+
+
+def ours():
+    with tempfile.NamedTemporaryFile(suffix=".json") as out:
+        subprocess.run([os.path.join(build, "bench", "zt_bench"), "--benchmark_out=" + out.name,
+                        "--benchmark_out_format=json"] + extra, check=True, stdout=sys.stderr)
+        data = json.load(open(out.name))
+    times = {}
+    for b in data["benchmarks"]:
+        if b.get("run_type", "iteration") != "iteration":
+            continue
+        scale = {"ns": 1e-6, "us": 1e-3, "ms": 1.0, "s": 1e3}[b.get("time_unit", "ns")]
+        times[b["name"].replace("/real_time", "")] = b["real_time"] * scale
+    return times
+
+
+def peers():
+    times = {}
+    for script in sorted(os.listdir(os.path.join(here, "peers"))):
+        if not script.endswith(".py"):
+            continue
+        run = subprocess.run(["/usr/bin/python3", os.path.join(here, "peers", script)], capture_output=True, text=True)
+        if run.returncode != 0:
+            print("peer %s skipped: %s" % (script, run.stderr.strip().splitlines()[-1:] or "failed"), file=sys.stderr)
+            continue
+        for line in run.stdout.splitlines():
+            name, ms = line.rsplit(" ", 1)
+            times[name] = float(ms)
+    return times
+
+
+def main():
+    mine, theirs = ours(), peers()
+    print("\n%-48s %10s" % ("benchmark", "ms"))
+    for name, ms in list(mine.items()) + list(theirs.items()):
+        print("%-48s %10.2f" % (name, ms))
+    print("\nRatios, ours / peer (below 1: ours is faster):")
+    for name, ms in mine.items():
+        group = name.split("/")[0]
+        for peer, peer_ms in theirs.items():
+            if peer.split("/")[0] == group and peer_ms > 0:
+                print("  %-44s / %-36s %6.2f" % (name, peer, ms / peer_ms))
+
+
+main()
