@@ -304,3 +304,10 @@ TEST_F(Cli, HelpInEnglishAndCzech) {
     EXPECT_NE(std::string::npos, cs.out.find("Použití:"));
     EXPECT_EQ(2, Run({}).status);
 }
+
+TEST_F(Cli, LongRunPrintsNoProgressWhenStderrIsNotATerminal) {
+    SResult r = Run({"apply", "ShiftHue", "--repeat", "150", std::string(ZT_SAMPLES_DIR) + "/landscape.png", "-o",
+                     Path("out.png")});
+    ASSERT_EQ(0, r.status) << r.err;
+    EXPECT_EQ("", r.err);
+}

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "operations/colour/colour_strings.h"
+#include "frame/object.h"
 #include "frame/text.h"
+#include "host/registry.h"
 
 using namespace zt;
 
@@ -135,4 +137,42 @@ TEST(FormatText, NumbersWithFlagsAndWidth) {
     EXPECT_EQ(u"[  7] -3 ff", FormatText(u"[%3i] %d %x", args, 3));
     SFormatArg plus[] = {{true, u"x", 0}, {false, {}, 5}};
     EXPECT_EQ(u"x (+5%)", FormatText(u"%s (+%i%%)", plus, 2));
+}
+
+namespace {
+// A translator that marks what it was asked, registered for one test.
+struct CMarkingTranslator : ITranslator {
+    void* FindInterfaceImpl(const IID& aIID) { return FindInterface<ITranslator>(this, aIID); }
+    HRESULT Translate(const char16_t* aText, uint32_t aLanguage, ZTBSTR* aOut) override {
+        std::u16string t = u"<" + std::u16string(aText) + (aLanguage == 0x0407 ? u":de>" : u":?>");
+        *aOut = ZTStrAlloc(t);
+        return S_OK;
+    }
+};
+
+struct STranslatorInstalled {
+    STranslatorInstalled() {
+        zthost::RegisterHostClass(CLSID_Translator, [](const IID& aIID, void** aOut) {
+            ComPtr<ITranslator> t;
+            t.attach(CComObject<CMarkingTranslator>::Create<ITranslator>());
+            return t->QueryInterface(aIID, aOut);
+        });
+    }
+    ~STranslatorInstalled() { zthost::UnregisterHostClass(CLSID_Translator); }
+};
+}  // namespace
+
+TEST(TranslatorStep, EnglishSectionIsTranslatedForAnotherLanguage) {
+    STranslatorInstalled installed;
+    EXPECT_EQ(u"<A:de>", TextIn(MultiLanguage(u"[0409]A[0405]B"), 0x0407));
+    EXPECT_EQ(u"B", TextIn(MultiLanguage(u"[0409]A[0405]B"), 0x0405));  // found: no translation
+    EXPECT_EQ(u"B", TextIn(MultiLanguage(u"[0405]B"), 0x0407));          // another language's section stands
+    EXPECT_EQ(u"<plain:de>", TextIn(MultiLanguage(u"plain"), 0x0407));
+    EXPECT_EQ(u"plain", TextIn(MultiLanguage(u"plain"), 0x0409));
+}
+
+TEST(TranslatorStep, StringTableFallBackIsTranslated) {
+    STranslatorInstalled installed;
+    EXPECT_EQ(u"<Raster Image - Shift Hue:de>", TextIn(TableText(IDS_NAME_SHIFTHUE), 0x0407));
+    EXPECT_EQ(u"Rastrový obrázek - Posun odstínu", TextIn(TableText(IDS_NAME_SHIFTHUE), 0x0405));
 }
