@@ -1,11 +1,12 @@
 #!/usr/bin/python3
 """Runs our benchmarks and the peers' in one go and prints times with ratios.
 
-Our times come from zt_bench (Google Benchmark, JSON). Each peer is a script in bench/peers/
+Our times come from zt_bench (Google Benchmark, JSON). Each peer is a script bench/peers/*_peers.py
 that prints lines "Group/what milliseconds" for the same work on the same pixels. Within a
 group (the part of a name before the first '/'), every one of our results is printed as a
 ratio to every peer result: below 1 means we are faster.
 """
+import fnmatch
 import json
 import os
 import subprocess
@@ -34,7 +35,8 @@ def ours():
 def peers():
     times = {}
     for script in sorted(os.listdir(os.path.join(here, "peers"))):
-        if not script.endswith(".py"):
+        # Only the *_peers.py scripts are benchmarks; the rest there are helpers they import.
+        if not fnmatch.fnmatch(script, "*_peers.py"):
             continue
         run = subprocess.run(["/usr/bin/python3", os.path.join(here, "peers", script)], capture_output=True, text=True)
         if run.returncode != 0:

@@ -1,7 +1,25 @@
 // One row per class, in table order; every operation that lands adds its row here.
 #include "frame/class_table.h"
 
+#include "operations/blur/blur.h"
+#include "operations/colour/background_blend.h"
+#include "operations/colour/color_transformations.h"
+#include "operations/colour/colorize.h"
+#include "operations/colour/convolution.h"
+#include "operations/colour/fade.h"
+#include "operations/colour/reduce_colors.h"
 #include "operations/colour/shift_hue.h"
+#include "operations/fill/auto_mask.h"
+#include "operations/fill/modify_mask.h"
+#include "operations/geometry/canvas_size.h"
+#include "operations/geometry/perspective.h"
+#include "operations/geometry/polar_transformation.h"
+#include "operations/geometry/remove_border.h"
+#include "operations/geometry/resample.h"
+#include "operations/geometry/rotate.h"
+#include "operations/geometry/transformers.h"
+#include "operations/shape/drop_shadow.h"
+#include "operations/shape/outlines.h"
 
 namespace zt {
 
@@ -37,6 +55,24 @@ constexpr SClassEntry Singleton() {
 using namespace category;
 
 constexpr SClassEntry kClasses[] = {
+    Singleton<CDocumentOperationRasterImageAutoMask, Categories<operation, mask>>(),
+    Singleton<CDocumentOperationRasterImageBackgroundBlend, Categories<operation, background>>(),
+    Singleton<CDocumentOperationRasterImageBlur, Categories<operation, filter>>(),
+    Singleton<CDocumentOperationRasterImageCanvasSize, Categories<operation>>(),
+    Singleton<CDocumentOperationRasterImageColorize, Categories<operation, colour>>(),
+    Singleton<CDocumentOperationRasterImageColorTransformations, Categories<operation, colour>>(),
+    Singleton<CDocumentOperationRasterImageConvolution, Categories<operation, filter>>(),
+    Singleton<CDocumentOperationRasterImageDropShadow, Categories<operation, effect, shadow>>(),
+    Singleton<CDocumentOperationRasterImageFade, Categories<operation, fade>>(),
+    Singleton<CDocumentOperationRasterImageModifyMask, Categories<operation, mask>>(),
+    Singleton<CDocumentOperationRasterImageOutlines, Categories<operation, effect, outline>>(),
+    Singleton<CDocumentOperationRasterImagePerspective, Categories<operation, geometry>>(),
+    Singleton<CTransformHelperTransform, Categories<>>(),
+    Singleton<CDocumentOperationRasterImageReduceColors, Categories<operation, colour>>(),
+    Singleton<CDocumentOperationRasterImageRemoveBorder, Categories<operation>>(),
+    Singleton<CDocumentOperationRasterImageResample, Categories<operation>>(),
+    Singleton<CDocumentOperationRasterImageRotate, Categories<operation, geometry>>(),
+    Singleton<CRasterImagePolarTransformation, Categories<operation, geometry>>(),
     Singleton<CDocumentOperationRasterImageShiftHue, Categories<operation, colour>>(),
 };
 

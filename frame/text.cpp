@@ -216,25 +216,25 @@ std::u16string FormatText(std::u16string_view aFormat, const SFormatArg* aArgs, 
             i = j;
             continue;
         }
-        std::string spec = "%";
+        std::string directive = "%";
         while (j < aFormat.size() && std::u16string_view(u"-+ #0").find(aFormat[j]) != std::u16string_view::npos)
-            spec += static_cast<char>(aFormat[j++]);
-        while (j < aFormat.size() && aFormat[j] >= u'0' && aFormat[j] <= u'9') spec += static_cast<char>(aFormat[j++]);
+            directive += static_cast<char>(aFormat[j++]);
+        while (j < aFormat.size() && aFormat[j] >= u'0' && aFormat[j] <= u'9') directive += static_cast<char>(aFormat[j++]);
         if (j >= aFormat.size()) break;
         char16_t conversion = aFormat[j];
         i = j;
         const SFormatArg* arg = next < aCount ? &aArgs[next++] : nullptr;
         if (!arg) continue;
         if (conversion == u's') {
-            size_t width = spec.size() > 1 ? std::strtoul(spec.c_str() + 1 + (spec[1] == '-'), nullptr, 10) : 0;
+            size_t width = directive.size() > 1 ? std::strtoul(directive.c_str() + 1 + (directive[1] == '-'), nullptr, 10) : 0;
             std::u16string_view s = arg->isString ? arg->text : std::u16string_view();
             std::u16string pad(width > s.size() ? width - s.size() : 0, u' ');
-            out += spec.find('-') != std::string::npos ? std::u16string(s) + pad : pad + std::u16string(s);
+            out += directive.find('-') != std::string::npos ? std::u16string(s) + pad : pad + std::u16string(s);
         } else if (conversion == u'i' || conversion == u'd' || conversion == u'u' || conversion == u'x' ||
                    conversion == u'X') {
-            spec += static_cast<char>(conversion == u'i' ? 'd' : conversion);
+            directive += static_cast<char>(conversion == u'i' ? 'd' : conversion);
             char buffer[64];
-            std::snprintf(buffer, sizeof buffer, spec.c_str(), arg->isString ? 0 : arg->number);
+            std::snprintf(buffer, sizeof buffer, directive.c_str(), arg->isString ? 0 : arg->number);
             for (const char* p = buffer; *p; ++p) out += static_cast<char16_t>(*p);
         }
     }

@@ -9,6 +9,8 @@
 #include <map>
 #include <mutex>
 
+#include "frame/host_masks.h"
+#include "frame/host_quantizer.h"
 #include "host/registry.h"
 #include "host/zthost.h"
 
@@ -32,6 +34,10 @@ Registry& TheRegistry() {
         r->hostClasses[CLSID_ColorNameProvider] = CreateColorNameProvider;
         r->hostClasses[CLSID_ConfigBuilder] = CreateConfigBuilder;
         r->hostClasses[CLSID_OperationManager] = CreateOperationManager;
+        r->hostClasses[CLSID_ColorQuantizer] = CreateColorQuantizer;
+        r->hostClasses[CLSID_SharedStateImageMask] = CreateImageMaskState;
+        r->hostClasses[CLSID_DocumentBase] = CreateDocumentBaseObject;
+        r->hostClasses[CLSID_DocumentFactoryRasterImage] = CreateRasterDocumentFactory;
         return r;
     }();
     return *registry;

@@ -44,6 +44,14 @@ public:
             // after this call, when a manager handed in (maybe a wrapper of the call) is gone.
             SubConfigFactory factory = [this](const GUID& aClassID) {
                 ComPtr<IConfig> sub;
+                // An operation that nests operations may be the default choice of its own nested
+                // item: a class already being configured on this thread gets no sub-configuration.
+                thread_local std::vector<GUID> building;
+                if (std::find(building.begin(), building.end(), aClassID) != building.end()) return sub;
+                building.push_back(aClassID);
+                struct Pop {
+                    ~Pop() { building.pop_back(); }
+                } pop;
                 if (ComPtr<IDocumentOperation> operation = CreateOperation(aClassID))
                     operation->ConfigCreate(this, &sub);
                 return sub;

@@ -8,6 +8,7 @@
 #include <new>
 #include <vector>
 
+#include "host/masks.h"
 #include "host/object.h"
 #include "host/zthost.h"
 
@@ -122,7 +123,14 @@ public:
         return static_cast<IDocument*>(this)->QueryInterface(aIID, aFeature);
     }
 
-    HRESULT DocumentCopy(const char16_t*, IDocumentBase*, const char16_t*, void*) override { return E_NOTIMPL; }
+    // A copy with its own pixels goes into the base under aID; a raster image has no
+    // sub-documents, so the prefix names nothing.
+    HRESULT DocumentCopy(const char16_t*, IDocumentBase* aBase, const char16_t* aID, void*) override {
+        if (!aBase) return E_POINTER;
+        ComPtr<IDocument> copy = CopyRasterDocument(static_cast<IDocument*>(this));
+        if (!copy) return E_OUTOFMEMORY;
+        return DocumentBaseInsert(aBase, aID, copy);
+    }
 
     // ---- IDocumentImage
 

@@ -20,5 +20,9 @@ HRESULT CreateGammaTableCache(const IID& aIID, void** aOut);
 HRESULT CreateColorNameProvider(const IID& aIID, void** aOut);
 HRESULT CreateConfigBuilder(const IID& aIID, void** aOut);
 HRESULT CreateOperationManager(const IID& aIID, void** aOut);
+HRESULT CreateColorQuantizer(const IID& aIID, void** aOut);
+HRESULT CreateImageMaskState(const IID& aIID, void** aOut);
+HRESULT CreateDocumentBaseObject(const IID& aIID, void** aOut);
+HRESULT CreateRasterDocumentFactory(const IID& aIID, void** aOut);
 
 }  // namespace zthost

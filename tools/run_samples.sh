@@ -16,10 +16,19 @@ echo "Operations in the module:"
 "$zt" list
 echo
 echo "Applying operations to samples/:"
-run landscape-hue+40.png      ShiftHue --set Angle=40   samples/landscape.png
-run landscape-hue-120.png     ShiftHue --set Angle=-120 samples/landscape.png
-run landscape-hue+180.jpg     ShiftHue --set Angle=180  samples/landscape.png
-run shape-hue+90-canvas.png   ShiftHue --set Angle=90 --canvas 400,300 --origin 40,30 --default 0xFF203040 samples/shape.png
+run landscape-hue+40.png        ShiftHue --set Angle=40 samples/landscape.png
+run landscape-colorize.jpg      Colorize --set Hue=30 --set Saturation=0.6 samples/landscape.png
+run landscape-adjusted.png      ColorTransformations --set Brightness=10 --set Contrast=130 --set Saturation=140 samples/landscape.png
+run landscape-16-colours.png    ReduceColors --set Colors=16 samples/landscape.png
+run landscape-blur.png          Blur --set Method=3 --set Radius=6 samples/landscape.png
+run landscape-zoom-blur.png     Blur --set Direction=4 --set Zoom=15 samples/landscape.png
+run landscape-faded-hue.png     Fade --set Operation=ShiftHue --set Operation/Angle=180 samples/landscape.png
+run landscape-half.png          Resample --set Mode=0 --set SizeRel=50 samples/landscape.png
+run landscape-rotated.png       Rotate --set Angle=30 samples/landscape.png
+run landscape-polar.png         PolarTransformation samples/landscape.png
+run shape-drop-shadow.png       DropShadow --set Size=8 --set OffsetX=6 --set OffsetY=6 --canvas 360,280 --origin 20,20 samples/shape.png
+run shape-outline.png           Outlines --set Width=4 --set Position=1 --set Color=0.9,0.1,0.1,1 samples/shape.png
+run shape-cropped.png           RemoveBorder samples/shape.png
 echo
 echo "Results are in $(pwd)/$out/"
 ls -1 "$out"

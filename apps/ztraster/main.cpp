@@ -16,6 +16,8 @@
 
 #include "apps/ztraster/cli.h"
 #include "apps/ztraster/image_io.h"
+#include "apps/ztraster/masks.h"
+#include "apps/ztraster/layers.h"
 #include "host/zthost.h"
 
 using namespace ztcli;
@@ -46,6 +48,8 @@ const char* kHelpEnglish =
     "  --info              print one JSON line with the result and the document's geometry\n"
     "  --mask, --mask-rect a selection mask for the operations that use one\n"
     "  --repeat N          run N times on fresh copies and print the median time of the run\n"
+    "  --layer FILE[@X,Y]  a layer of a layered image (repeat; INPUT, if any, is the bottom one)\n"
+    "  --flatten           write the layers composited into one image (else -o needs %d)\n"
     "  -o OUTPUT           output file; .png or .jpg\n"
     "Exit status: 0 done (or nothing to do), 1 the operation failed, 2 bad usage or input.\n"
     "The module is found next to ztraster, or at ZT_MODULE_PATH.\n";
@@ -74,6 +78,8 @@ const char* kHelpCzech =
     "  --info              vypíše řádek JSON s výsledkem a geometrií dokumentu\n"
     "  --mask, --mask-rect výběrová maska pro operace, které ji používají\n"
     "  --repeat N          provede N běhů na čerstvých kopiích a vypíše medián doby běhu\n"
+    "  --layer SOUBOR[@X,Y] vrstva vrstveného obrázku (opakujte; VSTUP, je-li zadán, je nejspodnější)\n"
+    "  --flatten           zapíše vrstvy složené do jednoho obrázku (jinak -o potřebuje %d)\n"
     "  -o VÝSTUP           výstupní soubor; .png nebo .jpg\n"
     "Návratový kód: 0 hotovo (nebo nebylo co dělat), 1 operace selhala, 2 chybné použití nebo vstup.\n"
     "Modul se hledá vedle programu ztraster, nebo v ZT_MODULE_PATH.\n";
@@ -318,6 +324,9 @@ struct ApplyOptions {
     bool contentRegion = false;
     bool info = false;
     uint32_t repeat = 0;
+    std::vector<MaskOption> masks;  // the last one is the run's
+    std::vector<LayerOption> layers;
+    bool flatten = false;
 };
 
 long long ParseInteger(const std::string& aOption, const std::string& aText, long long aMin, long long aMax) {
@@ -385,9 +394,14 @@ ApplyOptions ParseApply(const std::vector<std::string>& aArgs) {
             o.contentRegion = r == "content";
         } else if (a == "--info") {
             o.info = true;
-        } else if (a == "--mask" || a == "--mask-rect") {
-            value();
-            Usage(a + T(": masks are not available yet", ": masky zatím nejsou k dispozici"));
+        } else if (a == "--mask") {
+            o.masks.push_back(ParseMaskFile(value()));
+        } else if (a == "--mask-rect") {
+            o.masks.push_back(ParseMaskRect(value()));
+        } else if (a == "--layer") {
+            o.layers.push_back(ParseLayer(value()));
+        } else if (a == "--flatten") {
+            o.flatten = true;
         } else if (a == "--repeat") {
             o.repeat = static_cast<uint32_t>(ParseInteger(a, value(), 1, 100000));
         } else if (a == "-o" || a == "--output") {
@@ -398,11 +412,14 @@ ApplyOptions ParseApply(const std::vector<std::string>& aArgs) {
             positional.push_back(a);
         }
     }
-    if (positional.size() != 2)
+    if (positional.size() != 2 && !(positional.size() == 1 && !o.layers.empty()))
         Usage(T("apply needs OPERATION and INPUT (see ztraster --help)", "apply potřebuje OPERACI a VSTUP (viz ztraster --help)"));
     o.operation = positional[0];
-    o.input = positional[1];
+    if (positional.size() == 2) o.input = positional[1];
     if (o.output.empty()) Usage(T("apply needs -o OUTPUT", "apply potřebuje -o VÝSTUP"));
+    if (!o.layers.empty() && !o.flatten && o.output.find("%d") == std::string::npos)
+        Usage(T("a layered result needs -o with %d (one file per layer) or --flatten",
+                "vrstvený výsledek potřebuje -o s %d (soubor pro každou vrstvu) nebo --flatten"));
     return o;
 }
 
@@ -520,6 +537,25 @@ void PrintInfo(HRESULT aResult, IDocument* aDocument) {
                 dpi(res.nNumeratorX, res.nDenominatorX), dpi(res.nNumeratorY, res.nDenominatorY));
 }
 
+// A layered image from INPUT and the --layer files, written per layer or flattened.
+int ApplyLayered(const ApplyOptions& o, IDocumentOperation* aOp, const std::string& aName, IConfig* aConfig) {
+    std::vector<LayerOption> all = o.layers;
+    if (!o.input.empty()) all.insert(all.begin(), LayerOption{o.input, o.origin.nX, o.origin.nY});
+    const LayeredInput in = MakeLayeredInput(all, o.hasCanvas ? &o.canvas : nullptr, o.defaultPixel, o.gamma);
+    ComPtr<IOperationManager> manager = zthost::OperationManager();
+    ComPtr<IOperationContext> context = zthost::CreateOperationContext();
+    InstallMasks(o.masks, aConfig, context);
+    HRESULT hr = aOp->CanActivate(manager, in.document, aConfig, context);
+    if (hr != S_OK)
+        Failed(aName + T(" cannot run on a layered image (CanActivate answered ",
+                         " nemůže běžet na vrstveném obrázku (CanActivate odpovědělo ") + ResultText(hr) + ")");
+    hr = aOp->Activate(manager, in.document, aConfig, context, nullptr, Language());
+    if (FAILED(hr)) Failed(aName + T(" failed: ", " selhala: ") + ResultText(hr));
+    WriteLayers(o.output, in.layers, o.flatten, o.contentRegion);
+    std::printf("%s -> %s\n", aName.c_str(), o.output.c_str());
+    return kExitOk;
+}
+
 int Apply(const std::vector<std::string>& aArgs) {
     const ApplyOptions o = ParseApply(aArgs);
     auto module = LoadModule();
@@ -540,11 +576,13 @@ int Apply(const std::vector<std::string>& aArgs) {
         if (FAILED(zthost::ConfigSetFromString(config, key, value, &error))) Usage("--set: " + error);
     }
 
+    if (!o.layers.empty()) return ApplyLayered(o, op, shortName, config);
     ztio::Image input;
     std::string error;
     if (!ztio::ReadImage(o.input, &input, &error)) Usage(error);
     ComPtr<IDocument> source = MakeDocument(o, input);
     ComPtr<IOperationContext> context = zthost::CreateOperationContext();
+    InstallMasks(o.masks, config, context);
 
     hr = op->CanActivate(manager, source, config, context);
     if (hr != S_OK)

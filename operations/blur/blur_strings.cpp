@@ -2,7 +2,12 @@
 
 namespace zt {
 
-// No entries yet: the operations of this subsystem add theirs here.
-std::span<const SStringEntry> BlurStrings() { return {}; }
+namespace {
+const SStringEntry kStrings[] = {
+    {IDS_NAME_BLUR, u"Raster Image - Blur", u"Rastrový obrázek - Rozostření"},
+};
+}  // namespace
+
+std::span<const SStringEntry> BlurStrings() { return kStrings; }
 
 }  // namespace zt

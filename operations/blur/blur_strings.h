@@ -6,6 +6,7 @@
 namespace zt {
 
 enum EBlurStringID : uint32_t {
+    IDS_NAME_BLUR = 0x200,  // "Raster Image - Blur"
 };
 
 }  // namespace zt

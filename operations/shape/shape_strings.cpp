@@ -2,7 +2,15 @@
 
 namespace zt {
 
-// No entries yet: the operations of this subsystem add theirs here.
-std::span<const SStringEntry> ShapeStrings() { return {}; }
+namespace {
+const SStringEntry kStrings[] = {
+    {IDS_NAME_DROPSHADOW, u"Raster Image - Drop Shadow", u"Rastrový obrázek - Vržený stín"},
+    {IDS_NAME_OUTLINES, u"Raster Image - Outline", u"Rastrový obrázek - Obrys"},
+    {IDS_NAME_AUTOMASK, u"Raster Image - Mask", u"Rastrový obrázek - Maska"},
+    {IDS_NAME_MODIFYMASK, u"Raster Image - Modify Mask", u"Rastrový obrázek - Úprava masky"},
+};
+}  // namespace
+
+std::span<const SStringEntry> ShapeStrings() { return kStrings; }
 
 }  // namespace zt

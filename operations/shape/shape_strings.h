@@ -6,6 +6,10 @@
 namespace zt {
 
 enum EShapeStringID : uint32_t {
+    IDS_NAME_DROPSHADOW = 0x280,  // "Raster Image - Drop Shadow"
+    IDS_NAME_OUTLINES = 0x281,    // "Raster Image - Outline"
+    IDS_NAME_AUTOMASK = 0x282,    // "Raster Image - Mask"
+    IDS_NAME_MODIFYMASK = 0x283,  // "Raster Image - Modify Mask"
 };
 
 }  // namespace zt

@@ -1,57 +1,22 @@
 // ztraster through its command line: outputs, messages and exit statuses.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <cstdlib>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "apps/ztraster/image_io.h"
+#include "cli_support.h"
 
 namespace {
 
-struct SResult {
-    int status;
-    std::string out, err;
-};
+using clitest::ReadFile;
+using clitest::SResult;
 
-std::string ReadFile(const std::string& aPath) {
-    std::ifstream f(aPath, std::ios::binary);
-    std::stringstream s;
-    s << f.rdbuf();
-    return s.str();
-}
-
-std::string Quote(const std::string& a) {
-    std::string q = "'";
-    for (char c : a) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return q + "'";
-}
-
-class Cli : public ::testing::Test {
+class Cli : public clitest::CliTest {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/ztraster-test-XXXXXX";
-        ASSERT_NE(nullptr, mkdtemp(pattern));
-        dir_ = pattern;
-    }
-    void TearDown() override { std::system(("rm -rf " + Quote(dir_)).c_str()); }
-
-    std::string Path(const std::string& aName) const { return dir_ + "/" + aName; }
-
-    SResult Run(const std::vector<std::string>& aArgs, const std::string& aEnv = "LANG=C") const {
-        std::string command = aEnv + " " + Quote(ZT_CLI_FILE);
-        for (const std::string& a : aArgs) command += " " + Quote(a);
-        command += " >" + Quote(Path("stdout")) + " 2>" + Quote(Path("stderr"));
-        int raw = std::system(command.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, ReadFile(Path("stdout")), ReadFile(Path("stderr"))};
-    }
-
     // A small image written as PNG: a row of greys, a saturated red and a transparent pixel.
     std::string SmallPng(const std::string& aName = "in.png") const {
         ztio::Image img;
@@ -59,24 +24,8 @@ protected:
         img.height = 2;
         img.pixels = {0xFF000000u, 0xFF808080u, 0xFFFFFFFFu, 0x80404040u,
                       0xFFFF0000u, 0xFF00FF00u, 0x00FF0000u, 0xFF123456u};
-        std::string error;
-        EXPECT_TRUE(ztio::WriteImage(Path(aName), img, &error)) << error;
-        return Path(aName);
+        return Write(img, aName);
     }
-
-    ztio::Image Read(const std::string& aPath) const {
-        ztio::Image img;
-        std::string error;
-        EXPECT_TRUE(ztio::ReadImage(aPath, &img, &error)) << error;
-        return img;
-    }
-
-    bool Exists(const std::string& aPath) const {
-        struct stat st;
-        return stat(aPath.c_str(), &st) == 0;
-    }
-
-    std::string dir_;
 };
 
 }  // namespace
@@ -273,10 +222,18 @@ TEST_F(Cli, BadOptionValuesAreUsageErrors) {
     EXPECT_FALSE(Exists(Path("out.png")));
 }
 
-TEST_F(Cli, MasksAreParsedAndSaidToBeUnavailable) {
-    SResult r = Run({"apply", "ShiftHue", "--mask-rect", "0,0,2,2", SmallPng(), "-o", Path("out.png")});
+TEST_F(Cli, MalformedMaskOptionsAreUsageErrorsNamingTheOption) {
+    SResult r = Run({"apply", "ShiftHue", "--mask-rect", "0,0,2", SmallPng(), "-o", Path("out.png")});
     EXPECT_EQ(2, r.status);
-    EXPECT_NE(std::string::npos, r.err.find("not available yet"));
+    EXPECT_NE(std::string::npos, r.err.find("--mask-rect"));
+    EXPECT_NE(std::string::npos, r.err.find("X,Y,W,H"));
+    r = Run({"apply", "ShiftHue", "--mask", Path("mask.png") + "@1,x", SmallPng(), "-o", Path("out.png")});
+    EXPECT_EQ(2, r.status);
+    EXPECT_NE(std::string::npos, r.err.find("FILE[@X,Y]"));
+    r = Run({"apply", "ShiftHue", "--mask", Path("missing.png"), SmallPng(), "-o", Path("out.png")});
+    EXPECT_EQ(2, r.status);
+    EXPECT_NE(std::string::npos, r.err.find("missing.png"));
+    EXPECT_FALSE(Exists(Path("out.png")));
 }
 
 TEST_F(Cli, CanvasOverTwoToThe31PixelsIsRefused) {

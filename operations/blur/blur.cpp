@@ -1,0 +1,396 @@
+#include "operations/blur/blur.h"
+
+#include <cmath>
+#include <memory>
+
+#include "frame/boundary.h"
+#include "frame/config.h"
+#include "frame/image.h"
+#include "frame/text.h"
+#include "operations/blur/blur_kernels.h"
+#include "operations/blur/blur_radial.h"
+#include "operations/blur/blur_strings.h"
+#include "pixel/pixel_task.h"
+
+namespace zt {
+
+namespace {
+
+constexpr const char16_t* kBlur = u"[0409]Blur[0405]Rozostření";
+constexpr const char16_t* kHorizontalAndVertical = u"[0409]Horizontal and vertical blur[0405]Vodorovné a svislé rozostření";
+constexpr const char16_t* kHorizontal = u"[0409]Horizontal blur[0405]Vodorovné rozostření";
+constexpr const char16_t* kVertical = u"[0409]Vertical blur[0405]Svislé rozostření";
+constexpr const char16_t* kRadial = u"[0409]Radial blur[0405]Radiální rozostření";
+constexpr const char16_t* kZoom = u"[0409]Zoom blur[0405]Rozostření přiblížením";
+constexpr const char16_t* kReachHelp =
+    u"[0409]Maximum distance in pixels that each pixel influences.[0405]Největší vzdálenost v pixelech, "
+    u"kterou každý pixel ovlivní.";
+
+enum EDirection : int32_t { kBoth = 0, kVerticalOnly = 1, kHorizontalOnly = 2, kRadialBlur = 3, kZoomBlur = 4 };
+enum EMethod : int32_t { kConstant = 0, kLinear = 1, kGaussian = 3 };
+
+const SConfigSchema& Schema() {
+    const SSchemaCondition planar{u"Direction", ECOCLessEqual, Long(2)};
+    static const SConfigSchema schema = {
+        PickOne(u"Direction", u"[0409]Direction[0405]Směr", u"[0409]Direction for blurring.[0405]Směr rozostření.",
+                Long(kBoth),
+                {{Long(kBoth), kHorizontalAndVertical},
+                 {Long(kHorizontalOnly), kHorizontal},
+                 {Long(kVerticalOnly), kVertical},
+                 {Long(kRadialBlur), kRadial},
+                 {Long(kZoomBlur), kZoom}}),
+        // Value 2 is not used, and stored configurations keep the gap.
+        PickOne(u"Method", u"[0409]Distribution[0405]Rozložení",
+                u"[0409]Method for spreading pixel color to its neighborhood.[0405]Způsob, jak se barva pixelu "
+                u"rozprostře do jeho okolí.",
+                Long(kLinear),
+                {{Long(kConstant), u"[0409]Constant[0405]Konstantní", {planar}},
+                 {Long(kLinear), u"[0409]Linear[0405]Lineární", {planar}},
+                 {Long(kGaussian), u"[0409]Gaussian[0405]Gaussovské", {planar}}}),
+        Simple(u"EdgeReplication", u"[0409]Canvas edge replication[0405]Opakování okrajů plátna",
+               u"[0409]Assume the pixel colors outside of canvas matches the image edges.[0405]Předpokládat, že "
+               u"barvy pixelů mimo plátno odpovídají okrajům obrázku.",
+               Bool(false), {planar}),
+        Simple(u"Radius", u"[0409]Radius[0405]Poloměr", kReachHelp, Float(10.0f), {planar}),
+        Simple(u"Angle", u"[0409]Angle[0405]Úhel", nullptr, Float(2.0f), {{u"Direction", ECOCEqual, Long(3)}}),
+        Simple(u"Zoom", u"[0409]Amount[0405]Míra", kReachHelp, Long(10), {{u"Direction", ECOCEqual, Long(4)}}),
+    };
+    return schema;
+}
+
+struct SSettings {
+    int32_t direction, method;
+    float radius, angle;
+    int32_t zoom;
+    bool edgeReplication;
+};
+
+SSettings ReadSettings(IConfig* aConfig) {
+    SSettings s;
+    s.direction = ReadLong(aConfig, u"Direction");
+    s.method = ReadLong(aConfig, u"Method");
+    s.radius = ReadFloat(aConfig, u"Radius");
+    s.angle = ReadFloat(aConfig, u"Angle");
+    s.zoom = ReadLong(aConfig, u"Zoom");
+    s.edgeReplication = ReadBool(aConfig, u"EdgeReplication");
+    return s;
+}
+
+// What lies beyond one side of the blurred area: the default colour, or (null) the edge.
+struct SSide {
+    const float* f;
+    const double* d;
+};
+
+// The blurred area of one axis and the meaning of its two sides.
+struct SAxis {
+    int64_t origin, size;
+    bool replicateLow, replicateHigh;
+};
+
+SAxis DecideAxis(int64_t aOrigin, int64_t aSize, int64_t aCanvas, bool aReplicate) {
+    SAxis a{aOrigin, aSize, false, false};
+    if (!aReplicate) return a;
+    if (a.origin <= 0) {
+        a.size = a.size - a.origin;  // longer, not shorter; the high side's test corrects it
+        a.origin = 0;
+        a.replicateLow = true;
+    }
+    if (a.origin + a.size >= aCanvas) {
+        a.size = aCanvas - a.origin;
+        a.replicateHigh = true;
+    }
+    // Content that overhangs the low edge makes the area longer than the content; the
+    // pixels behind the content are not in the buffer, so the area stops where it does.
+    a.size = std::min(a.size, aOrigin + aSize - a.origin);
+    if (a.size < 0) a.size = 0;
+    return a;
+}
+
+// The four kernels as makers of a line kernel for a length and two sides.
+struct SBoxMaker {
+    uint32_t radius;
+    CBoxBlurFloat operator()(uint32_t aLength, SSide aFront, SSide aBack) const {
+        return {aLength, radius, aFront.f, aBack.f};
+    }
+};
+struct SFractionMaker {
+    float r;
+    CFractionBoxBlurFloat operator()(uint32_t aLength, SSide aFront, SSide aBack) const {
+        const float total = 2.0f * r + 1.0f;
+        const float whole = std::ceil(r);
+        return {aLength, 1.0f / total, total, r + 1.0f - whole, uint32_t(whole), aFront.f, aBack.f};
+    }
+};
+struct SLinearMaker {
+    uint32_t radius;
+    CLinearBlurFloat operator()(uint32_t aLength, SSide aFront, SSide aBack) const {
+        return {aLength, radius, aFront.f, aBack.f};
+    }
+};
+struct SRecursiveMaker {
+    double r;
+    CRecursiveBlurRGBA operator()(uint32_t aLength, SSide aFront, SSide aBack) const {
+        return CRecursiveBlurRGBA(aLength, r, aFront.d, aBack.d);
+    }
+};
+
+struct SPlanarRun {
+    const TSRGBFloatRecord* table;
+    const TPixelChannel* source;
+    uint32_t sourceStride;
+    TPixelChannel* target;
+    uint32_t width, height;  // the area
+    uint32_t targetStride;   // E
+    int32_t direction;
+    bool usePool;
+    SSide left, right, top, bottom;
+};
+
+template <class Task>
+HRESULT RunBlurTask(Task& aTask, uint32_t aLines, bool aUsePool) {
+    RunTask(&aTask, aLines, aUsePool);
+    return aTask.OutOfMemory() ? E_OUTOFMEMORY : S_OK;
+}
+
+template <class Maker>
+HRESULT RunPlanar(const SPlanarRun& aRun, const Maker& aMake) {
+    using Kernel = decltype(aMake(0u, SSide{}, SSide{}));
+    const uint32_t W = aRun.width, H = aRun.height, E = aRun.targetStride;
+    if (aRun.direction == kHorizontalOnly) {
+        CBlurTask<CFloatSRGBPreMulSrc, CFloatSRGBDeMulDst, Kernel> task(
+            {aRun.table, aRun.source, aRun.sourceStride}, {aRun.table, aRun.target, E},
+            aMake(W, aRun.left, aRun.right), H);
+        return RunBlurTask(task, H, aRun.usePool);
+    }
+    if (aRun.direction == kVerticalOnly) {
+        CBlurTask<CFloatSRGBPreMulTransposingSrc, CFloatSRGBDeMulTransposingDst, Kernel> task(
+            {aRun.table, aRun.source, aRun.sourceStride}, {aRun.table, aRun.target, E},
+            aMake(H, aRun.top, aRun.bottom), W);
+        return RunBlurTask(task, W, aRun.usePool);
+    }
+    // Two axes: rows into the rows of the intermediate (E wide pixels each), then its
+    // columns, a group of neighbours at a time, into the columns of the target. Every pass
+    // reads and writes runs of neighbouring pixels; the values are those of an intermediate
+    // stored by columns.
+    std::unique_ptr<TWidePixel[]> wide(new TWidePixel[size_t(E) * H]);
+    {
+        CBlurTask<CFloatSRGBPreMulSrc, CWideRowDst, Kernel> rows({aRun.table, aRun.source, aRun.sourceStride},
+                                                                 {wide.get(), E}, aMake(W, aRun.left, aRun.right), H);
+        const HRESULT hr = RunBlurTask(rows, H, aRun.usePool);
+        if (FAILED(hr)) return hr;
+    }
+    using WideSrc = std::conditional_t<kIsRecursive<Kernel>, CWideColumnSrc, CFloatWideColumnSrc>;
+    CBlurTask<WideSrc, CFloatSRGBDeMulTransposingDst, Kernel> columns({wide.get(), E}, {aRun.table, aRun.target, E},
+                                                                      aMake(H, aRun.top, aRun.bottom), E);
+    return RunBlurTask(columns, E, aRun.usePool);
+}
+
+HRESULT RadialOrZoom(IDocumentRasterImage* aImage, TImageSize aCanvas, const SSettings& aSettings) {
+    const size_t count = size_t(aCanvas.nX) * aCanvas.nY;
+    std::unique_ptr<TPixelChannel[]> block(new (std::nothrow) TPixelChannel[2 * count]);
+    if (!block) return E_OUTOFMEMORY;
+    const TImagePoint origin{0, 0};
+    HRESULT hr = aImage->TileGet(CHANNEL_COLOR, &origin, &aCanvas, nullptr, uint32_t(count), block.get(), nullptr,
+                                 ACCESS_MODE);
+    if (FAILED(hr)) return hr;
+    TPixelChannel* result = block.get() + count;
+    if (aSettings.direction == kRadialBlur) RadialBlur(block.get(), result, aCanvas.nX, aCanvas.nY, aSettings.angle);
+    else ZoomBlur(block.get(), result, aCanvas.nX, aCanvas.nY, aSettings.zoom);
+    return aImage->TileSet(CHANNEL_COLOR, &origin, &aCanvas, nullptr, uint32_t(count), result, 1);
+}
+
+HRESULT ActivateBlur(IDocument* aDocument, IConfig* aConfig) {
+    const SSettings s = ReadSettings(aConfig);
+    if (!aDocument) return E_POINTER;
+    ComPtr<IDocumentRasterImage> image;
+    aDocument->QueryFeatureInterface(IDocumentRasterImage::iid, image.out());
+    if (!image) return E_NOINTERFACE;
+
+    TImageSize canvas{1, 1}, contentSize{0, 0};
+    TImagePoint contentOrigin{0, 0};
+    if (FAILED(image->CanvasGet(&canvas, nullptr, &contentOrigin, &contentSize, nullptr))) return E_FAIL;
+    const TPixelChannel D = ReadDefaultPixel(image);
+
+    const SAxis ax = DecideAxis(contentOrigin.nX, contentSize.nX, canvas.nX, s.edgeReplication);
+    const SAxis ay = DecideAxis(contentOrigin.nY, contentSize.nY, canvas.nY, s.edgeReplication);
+    if (ax.size == 0 || ay.size == 0) return S_FALSE;
+
+    if (s.direction == kRadialBlur || s.direction == kZoomBlur) return RadialOrZoom(image, canvas, s);
+
+    if (s.direction != kBoth && s.direction != kVerticalOnly && s.direction != kHorizontalOnly) return E_FAIL;
+    if (!(s.radius >= 0.1f)) return S_FALSE;
+    // No buffer holds a reach beyond the 32-bit sizes; such a radius is a request for too much memory.
+    if (!(s.radius <= 1.0e9f)) return E_OUTOFMEMORY;
+    const int64_t reach = int64_t(std::ceil(s.radius));
+    const int64_t rx = s.direction == kVerticalOnly ? 0 : reach, ry = s.direction == kHorizontalOnly ? 0 : reach;
+    const int64_t grownX = ax.size + 2 * rx, grownY = ay.size + 2 * ry;
+    if (grownX > INT32_MAX || grownY > INT32_MAX) return E_OUTOFMEMORY;
+
+    const uint32_t W = uint32_t(ax.size), H = uint32_t(ay.size);
+    const uint32_t E = uint32_t(grownX);
+    const TImagePoint newOrigin{Wrap32(ax.origin - rx), Wrap32(ay.origin - ry)};
+    CAutoPixelBuffer target(image, {E, uint32_t(grownY)});
+    HRESULT hr = S_OK;
+    {
+        CLockedImageBuffer source(image);
+        if (!source.pixels) return E_FAIL;
+        ComPtr<IGammaTableCache> gamma = HostCreate<IGammaTableCache>(CLSID_GammaTableCache);
+        const TSRGBFloatRecord* table = gamma ? gamma->GetSRGBFloatTable() : nullptr;
+        if (!table) return E_FAIL;
+
+        const float alpha = float(D.bA) * kInv255;
+        const float defaultF[4] = {alpha * table->toLinear[D.bB], alpha * table->toLinear[D.bG],
+                                   alpha * table->toLinear[D.bR], alpha};
+        const double alphaD = double(alpha);
+        const double defaultD[4] = {alphaD * double(table->toLinear[D.bB]), alphaD * double(table->toLinear[D.bG]),
+                                    alphaD * double(table->toLinear[D.bR]), alphaD};
+        const SSide fixed{defaultF, defaultD}, edge{nullptr, nullptr};
+
+        SPlanarRun run;
+        run.table = table;
+        run.source = source.At(int32_t(ax.origin), int32_t(ay.origin));
+        run.sourceStride = source.allocSize.nX;
+        run.target = target.Data();
+        run.width = W;
+        run.height = H;
+        run.targetStride = E;
+        run.direction = s.direction;
+        run.usePool = H >= 16 && uint64_t(W) * H >= 16384;
+        run.left = ax.replicateLow ? edge : fixed;
+        run.right = ax.replicateHigh ? edge : fixed;
+        run.top = ay.replicateLow ? edge : fixed;
+        run.bottom = ay.replicateHigh ? edge : fixed;
+
+        int32_t method = s.method;
+        float r = s.radius;
+        if (method == kLinear && r <= 1.0f) {
+            // A triangle this narrow is a box with soft ends; the reach stays.
+            method = kConstant;
+            r = r * 0.668707f - r * 0.247619f * r + r * 0.361905f * r * r - r * 0.282993f * r * r;
+        }
+        switch (method) {
+            case kConstant:
+                if (std::ceil(r) == r) hr = RunPlanar(run, SBoxMaker{uint32_t(r)});
+                else hr = RunPlanar(run, SFractionMaker{r});
+                break;
+            case kLinear: hr = RunPlanar(run, SLinearMaker{uint32_t(std::ceil(r))}); break;
+            case kGaussian: hr = RunPlanar(run, SRecursiveMaker{double(r)}); break;
+            default: break;  // the target is handed over unwritten
+        }
+    }
+    if (FAILED(hr)) return hr;
+    return target.Replace(newOrigin, D, nullptr);
+}
+
+int32_t Rounded(float aValue) { return int32_t(aValue + 0.5f); }
+
+// Moves an edge outwards, held at the ends of the plane.
+int32_t Grow(int32_t aEdge, int64_t aBy) {
+    return int32_t(std::clamp<int64_t>(int64_t(aEdge) + aBy, INT32_MIN, INT32_MAX));
+}
+
+}  // namespace
+
+HRESULT CDocumentOperationRasterImageBlur::NameGet(IOperationManager*, ILocalizedString** aName) {
+    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_BLUR), aName); });
+}
+
+HRESULT CDocumentOperationRasterImageBlur::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
+    return GuardOut(aConfig, [&] {
+        // The custom window attaches here once it exists; the generic editor serves until then.
+        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
+        return S_OK;
+    });
+}
+
+HRESULT CDocumentOperationRasterImageBlur::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
+                                                       IOperationContext*) {
+    return CanActivateOnRasterImage(aDocument);
+}
+
+HRESULT CDocumentOperationRasterImageBlur::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
+                                                    IOperationContext*, ZTHWND, uint32_t) {
+    return Guard([&] {
+        try {
+            return ActivateBlur(aDocument, aConfig);
+        } catch (const std::bad_alloc&) {
+            return E_OUTOFMEMORY;
+        }
+    });
+}
+
+HRESULT CDocumentOperationRasterImageBlur::Transform(IConfig* aConfig, const TImageSize*, const TMatrix3x3f* aMatrix) {
+    if (!aConfig || !aMatrix) return E_HOST_INVALID_PARAM;
+    return Guard([&] {
+        const float* m = aMatrix->m;
+        const float s = std::sqrt(std::sqrt(m[0] * m[0] + m[3] * m[3]) * std::sqrt(m[1] * m[1] + m[4] * m[4]));
+        if (s > 0.9999f && s < 1.0001f) return S_FALSE;
+        const float radius = ReadFloat(aConfig, u"Radius") * s;
+        const int32_t zoom = int32_t(float(ReadLong(aConfig, u"Zoom")) * s);
+        CZTStr radiusKey(u"Radius"), zoomKey(u"Zoom");
+        const char16_t* keys[] = {radiusKey.get(), zoomKey.get()};
+        TConfigValue values[2] = {ConfigValueEmpty(), ConfigValueEmpty()};
+        values[0].eTypeID = ECVTFloat;
+        values[0].fVal = radius;
+        values[1].eTypeID = ECVTInteger;
+        values[1].iVal = zoom;
+        return aConfig->ItemValuesSet(2, keys, values);
+    });
+}
+
+HRESULT CDocumentOperationRasterImageBlur::AdjustDirtyRect(IConfig* aConfig, const TImageSize* aCanvas,
+                                                           TRasterImageRect* aRect) {
+    if (!aConfig || !aRect) return S_OK;
+    return Guard([&] {
+        const int32_t direction = ReadLong(aConfig, u"Direction");
+        const int32_t method = ReadLong(aConfig, u"Method");
+        const float radius = ReadFloat(aConfig, u"Radius");
+        if (direction != kRadialBlur && direction != kZoomBlur && method != kGaussian) {
+            const int64_t c = int64_t(std::ceil(radius));
+            if (direction == kBoth || direction == kHorizontalOnly) {
+                aRect->tTL.nX = Grow(aRect->tTL.nX, -c);
+                aRect->tBR.nX = Grow(aRect->tBR.nX, c);
+            }
+            if (direction == kBoth || direction == kVerticalOnly) {
+                aRect->tTL.nY = Grow(aRect->tTL.nY, -c);
+                aRect->tBR.nY = Grow(aRect->tBR.nY, c);
+            }
+            return S_OK;
+        }
+        // Radial, zoom and the Gaussian, whose recursive filter has no finite reach.
+        if (!aCanvas) return E_FAIL;
+        *aRect = {{0, 0}, {int32_t(aCanvas->nX), int32_t(aCanvas->nY)}};
+        return S_OK;
+    });
+}
+
+HRESULT CDocumentOperationRasterImageBlur::NeededToCompute(IConfig* aConfig, const TImageSize* aCanvas,
+                                                           TRasterImageRect* aRect) {
+    return AdjustDirtyRect(aConfig, aCanvas, aRect);
+}
+
+HRESULT CDocumentOperationRasterImageBlur::Name(IOperationManager*, IConfig* aConfig, ILocalizedString** aName) {
+    return GuardOut(aName, [&] {
+        if (!aConfig) return HandOut(MultiLanguage(kBlur), aName);
+        const int32_t direction = ReadLong(aConfig, u"Direction");
+        const char16_t* text = nullptr;
+        switch (direction) {
+            case kBoth: text = kBlur; break;
+            case kVerticalOnly: text = kVertical; break;
+            case kHorizontalOnly: text = kHorizontal; break;
+            case kRadialBlur:
+                return HandOut(Printf(MultiLanguage(u"%s - %i°"), MultiLanguage(kRadial),
+                                      Rounded(ReadFloat(aConfig, u"Angle"))),
+                               aName);
+            case kZoomBlur:
+                return HandOut(Printf(MultiLanguage(u"%s - %ipx"), MultiLanguage(kZoom), ReadLong(aConfig, u"Zoom")),
+                               aName);
+            default: return HandOut(MultiLanguage(kBlur), aName);
+        }
+        return HandOut(Printf(MultiLanguage(u"%s - %ipx"), MultiLanguage(text), Rounded(ReadFloat(aConfig, u"Radius"))),
+                       aName);
+    });
+}
+
+}  // namespace zt

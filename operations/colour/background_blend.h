@@ -1,0 +1,29 @@
+// Blend with background: flattens semi-transparent pixels onto a solid colour in linear
+// light, and deletes the pixels too transparent to keep.
+#pragma once
+
+#include "frame/operation_base.h"
+
+namespace zt {
+
+class CDocumentOperationRasterImageBackgroundBlend : public IDocumentOperation,
+                                                   public CTrivialRasterImageFilter,
+                                                   public CConfigDescriptorImpl {
+public:
+    static constexpr CLSID classId = MakeGuid("bcd0fd69-a4bd-46b0-a7da-8b48f18e8820");
+    void* FindInterfaceImpl(const IID& aIID) {
+        return FindInterface<IDocumentOperation, IRasterImageFilter, IConfigDescriptor>(this, aIID);
+    }
+
+    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
+    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
+    HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
+                        IOperationContext* aContext) override;
+    HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,
+                     ZTHWND aParentWindow, uint32_t aLanguage) override;
+    HRESULT Name(IOperationManager* aManager, IConfig* aConfig, ILocalizedString** aName) override;
+    // Threshold 0 changes the default pixel, and so the whole plane.
+    HRESULT AdjustDirtyRect(IConfig* aConfig, const TImageSize* aCanvas, TRasterImageRect* aRect) override;
+};
+
+}  // namespace zt

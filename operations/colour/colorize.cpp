@@ -1,0 +1,93 @@
+#include "operations/colour/colorize.h"
+
+#include "frame/boundary.h"
+#include "frame/config.h"
+#include "frame/text.h"
+#include "operations/colour/colorize_op.h"
+#include "operations/colour/colour_run.h"
+#include "operations/colour/colour_strings.h"
+
+namespace zt {
+
+namespace {
+constexpr const char16_t* kColorize = u"[0409]Colorize[0405]Obarvit";
+
+const SConfigSchema& Schema() {
+    static const SConfigSchema schema = {
+        PickOne(u"Mode", u"[0409]Mode[0405]Režim", nullptr, Long(0),
+                {{Long(0), u"[0409]Replace hue and saturation[0405]Nahradit odstín a sytost"},
+                 {Long(1), u"[0409]Replace hue, preserve saturation[0405]Nahradit odstín, zachovat sytost"}}),
+        Simple(u"Hue", u"[0409]Hue[0405]Odstín",
+               u"[0409]Hue of the colorized image.[0405]Odstín obarveného obrázku.", Float(0.0f)),
+        Simple(u"Saturation", u"[0409]Saturation[0405]Sytost",
+               u"[0409]Saturation of the colorized image.[0405]Sytost obarveného obrázku.", Float(1.0f)),
+    };
+    return schema;
+}
+}  // namespace
+
+HRESULT CDocumentOperationRasterImageColorize::NameGet(IOperationManager*, ILocalizedString** aName) {
+    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_COLORIZE), aName); });
+}
+
+HRESULT CDocumentOperationRasterImageColorize::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
+    return GuardOut(aConfig, [&] {
+        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
+        return S_OK;
+    });
+}
+
+HRESULT CDocumentOperationRasterImageColorize::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
+                                                           IOperationContext*) {
+    return CanActivateOnRasterImage(aDocument);
+}
+
+HRESULT CDocumentOperationRasterImageColorize::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
+                                                        IOperationContext*, ZTHWND, uint32_t) {
+    return Guard([&]() -> HRESULT {
+        if (!aDocument) return E_POINTER;
+        ComPtr<IDocumentRasterImage> image;
+        aDocument->QueryFeatureInterface(IDocumentRasterImage::iid, image.out());
+        if (!image) return E_NOINTERFACE;
+        const SContent content = ReadContent(image);
+        const TPixelChannel sourceDefault = ReadDefaultPixel(image);
+
+        CConfigValue mode, hue, saturation;
+        ReadItem(aConfig, u"Mode", mode);
+        ReadItem(aConfig, u"Hue", hue);
+        ReadItem(aConfig, u"Saturation", saturation);
+        const float s = ColorizeSaturation(saturation.AsFloat());
+        uint32_t table[256];
+        BuildColorizeTable(hue.AsFloat(), s, table);
+        // The default pixel takes the plain table colour in both modes, so the area outside
+        // the content matches a transparent pixel inside it.
+        const TPixelChannel newDefault = ColorizePixel(table, sourceDefault);
+
+        CAutoPixelBuffer buffer(image, content.size);
+        const bool pool = UsePoolForPixels(content.size.nX, content.size.nY);
+        std::atomic<uint64_t> alphaTotal{0};
+        if (mode.AsLong() == 1)
+            RunPixelOp(image, content, buffer.Data(), CColorizeKeepSatOp{table, &alphaTotal}, pool);
+        else
+            RunPixelOp(image, content, buffer.Data(), CColorizeOp{table, &alphaTotal}, pool);
+        const uint64_t total = alphaTotal.load();
+        return buffer.Replace(content.origin, newDefault, &total);
+    });
+}
+
+HRESULT CDocumentOperationRasterImageColorize::Name(IOperationManager*, IConfig* aConfig, ILocalizedString** aName) {
+    return GuardOut(aName, [&] {
+        if (!aConfig) return HandOut(MultiLanguage(kColorize), aName);
+        const float saturation = ReadFloat(aConfig, u"Saturation");
+        if (saturation == 0.0f) return HandOut(MultiLanguage(u"[0409]Desaturate[0405]Odbarvit"), aName);
+        const float hue = ReadFloat(aConfig, u"Hue");
+        const SRGBf rgb = HLSToRGB(hue, 0.5f, saturation);
+        const uint32_t color = 0xFF000000u | uint32_t(FloatToSRGB8(rgb.b)) << 16 | uint32_t(FloatToSRGB8(rgb.g)) << 8 |
+                               FloatToSRGB8(rgb.r);
+        if (ComPtr<ILocalizedString> colorName = HostColorName(color))
+            return HandOut(Printf(MultiLanguage(u"[0409]Colorize - %s[0405]Obarvit - %s"), colorName), aName);
+        return HandOut(MultiLanguage(kColorize), aName);
+    });
+}
+
+}  // namespace zt

@@ -1,0 +1,35 @@
+// Fade: weakens or strengthens any other raster operation by running it on a document
+// that mixes whatever is written into it with what was there.
+#pragma once
+
+#include "frame/operation_base.h"
+
+namespace zt {
+
+class CDocumentOperationRasterImageFade : public IDocumentOperation,
+                                          public IRasterImageFilter,
+                                          public CConfigDescriptorImpl {
+public:
+    static constexpr CLSID classId = MakeGuid("e22803b2-143b-45d6-812c-ed1472b10460");
+    void* FindInterfaceImpl(const IID& aIID) {
+        return FindInterface<IDocumentOperation, IRasterImageFilter, IConfigDescriptor>(this, aIID);
+    }
+
+    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
+    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
+    HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
+                        IOperationContext* aContext) override;
+    HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,
+                     ZTHWND aParentWindow, uint32_t aLanguage) override;
+
+    // The inner operation's filter answers.
+    HRESULT Transform(IConfig* aConfig, const TImageSize* aCanvas, const TMatrix3x3f* aMatrix) override;
+    HRESULT AdjustDirtyRect(IConfig* aConfig, const TImageSize* aCanvas, TRasterImageRect* aRect) override;
+    HRESULT NeededToCompute(IConfig* aConfig, const TImageSize* aCanvas, TRasterImageRect* aRect) override;
+    HRESULT CopyTransformed(IDocument* aSource, IConfig* aConfig, IDocumentBase* aBase, const char16_t* aID) override;
+    HRESULT GetTransform(IConfig* aConfig, const TImageSize* aCanvas, TMatrix3x3f* aMatrix) override;
+
+    HRESULT Name(IOperationManager* aManager, IConfig* aConfig, ILocalizedString** aName) override;
+};
+
+}  // namespace zt

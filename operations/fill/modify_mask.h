@@ -1,0 +1,31 @@
+// Modify mask: runs another operation on the selection mask itself, carried in the alpha of
+// a black image, and keeps what comes out as the new mask.
+#pragma once
+
+#include "frame/operation_base.h"
+
+namespace zt {
+
+class CDocumentOperationRasterImageModifyMask : public IDocumentOperation, public CConfigDescriptorImpl {
+public:
+    static constexpr CLSID classId = MakeGuid("ed962e6a-7335-4bf0-9005-1a9af7d8fbbf");
+    void* FindInterfaceImpl(const IID& aIID) {
+        return FindInterface<IDocumentOperation, IConfigDescriptor>(this, aIID);
+    }
+
+    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
+    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
+    HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
+                        IOperationContext* aContext) override;
+    HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,
+                     ZTHWND aParentWindow, uint32_t aLanguage) override;
+};
+
+}  // namespace zt
+
+namespace zt {
+// The mask bytes in the last quarter of aCount pixels, spread to black pixels of that alpha.
+void ExpandMaskInPlace(TPixelChannel* aPixels, size_t aCount);
+// Alpha i to byte i at the front of the array; returns the bytes.
+uint8_t* CompressMaskInPlace(TPixelChannel* aPixels, size_t aCount);
+}  // namespace zt

@@ -1,0 +1,34 @@
+// Resample: changes the pixel dimensions of a raster image (or of every layer) through one
+// CanvasSet call with a resampling helper.
+#pragma once
+
+#include "frame/operation_base.h"
+
+namespace zt {
+
+// Scaled image size and canvas size that a configuration asks for, from the current size.
+struct SResampleSizes {
+    uint32_t newW = 1, newH = 1, canvasW = 1, canvasH = 1;
+};
+SResampleSizes ResampleSizes(uint32_t aW, uint32_t aH, int32_t aMode, float aSizeRel, int32_t aSize, int32_t aSizeX,
+                             int32_t aSizeY);
+// The resolution after resampling by mode 0 (recompute), 1 (keep) or 2 (set to aDPI).
+TImageResolution ResampleResolution(TImageResolution aOld, int32_t aMode, uint32_t aW, uint32_t aNewW, float aDPI);
+
+class CDocumentOperationRasterImageResample : public IDocumentOperation, public CConfigDescriptorImpl {
+public:
+    static constexpr CLSID classId = MakeGuid("04f9937c-4135-474c-ad27-e414e14dce7a");
+    void* FindInterfaceImpl(const IID& aIID) {
+        return FindInterface<IDocumentOperation, IConfigDescriptor>(this, aIID);
+    }
+
+    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
+    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
+    HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
+                        IOperationContext* aContext) override;
+    HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,
+                     ZTHWND aParentWindow, uint32_t aLanguage) override;
+    HRESULT Name(IOperationManager* aManager, IConfig* aConfig, ILocalizedString** aName) override;
+};
+
+}  // namespace zt

@@ -1,0 +1,675 @@
+#include "operations/geometry/resample_kernels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace zt::resample {
+
+// ---------------------------------------------------------------- tables
+
+namespace {
+// The clamped position of a target index when enlarging.
+struct SPos {
+    double pos, c;
+    uint32_t k;
+};
+SPos Position(uint32_t aS, uint32_t aD, uint32_t aI) {
+    SPos p;
+    p.pos = (aI + 0.5) * aS / aD - 0.5;
+    p.c = p.pos < 0 ? 0.0 : (p.pos >= aS - 1.0 ? aS - 1.0001 : p.pos);
+    p.k = static_cast<uint32_t>(p.c);
+    return p;
+}
+}  // namespace
+
+std::vector<uint32_t> LinearTable(uint32_t aS, uint32_t aD) {
+    std::vector<uint32_t> t;
+    t.reserve(2 * size_t(aD) + aS + 2);
+    t.push_back(0);  // the count of k = 0, growing below
+    size_t countAt = 0;
+    uint32_t k = 0;
+    for (uint32_t i = 0; i < aD; ++i) {
+        const SPos p = Position(aS, aD, i);
+        if (p.k != k) {
+            k = p.k;
+            countAt = t.size();
+            t.push_back(0);
+        }
+        ++t[countAt];
+        t.push_back(static_cast<uint32_t>((p.c - p.k) * 256 + 0.5));
+    }
+    t.push_back(0);
+    return t;
+}
+
+void CubicWeights(uint32_t aS, double aPos, uint32_t aW[4]) {
+    if (aPos < 0) {
+        aW[0] = aW[3] = 0;
+        aW[2] = static_cast<uint32_t>((aPos + 0.5) * 0.333333333333333 * 256 + 0.499);
+        aW[1] = 256 - aW[2];
+        return;
+    }
+    if (aPos >= aS - 1.0) {
+        aW[0] = aW[3] = 0;
+        aW[1] = static_cast<uint32_t>((aS - 0.5 - aPos) * 0.333333333333333 * 256 + 0.499);
+        aW[2] = 256 - aW[1];
+        return;
+    }
+    const double t = aPos - static_cast<uint32_t>(aPos);
+    const double u = 1 - t;
+    double exact[4] = {
+        u * u * u * 0.166666666666666 * 256,
+        ((t * 0.5 - 1) * t * t + 0.666666666666666) * 256,
+        ((u * 0.5 - 1) * u * u + 0.666666666666666) * 256,
+        t * t * t * 0.166666666666666 * 256,
+    };
+    uint32_t sum = 0;
+    for (int j = 0; j < 4; ++j) {
+        aW[j] = static_cast<uint32_t>(exact[j]);
+        sum += aW[j];
+    }
+    // Missing units go one at a time to the largest remainder; a raised weight has none left.
+    while (sum < 256) {
+        double f[4];
+        for (int j = 0; j < 4; ++j) f[j] = exact[j] - aW[j];
+        int pick;
+        if (f[0] > f[1]) {
+            if (f[2] > f[3]) pick = f[2] > f[0] ? 2 : 0;
+            else pick = f[3] > f[0] ? 3 : 0;
+        } else {
+            if (f[2] > f[3]) pick = f[2] > f[1] ? 2 : 1;
+            else pick = f[3] > f[1] ? 3 : 1;
+        }
+        ++aW[pick];
+        exact[pick] = aW[pick];
+        ++sum;
+    }
+}
+
+std::vector<uint32_t> CubicTable(uint32_t aS, uint32_t aD) {
+    std::vector<uint32_t> t;
+    t.reserve(4 * size_t(aD) + 3 + aS);
+    if (aS == 2) t.push_back(0);  // k starts at S - 2: nothing past source 1 is ever fetched
+    t.push_back(0);               // the count of k = 0, growing below
+    size_t countAt = t.size() - 1;
+    uint32_t k = 0;
+    for (uint32_t i = 0; i < aD; ++i) {
+        const SPos p = Position(aS, aD, i);
+        if (p.k != k) {
+            k = p.k;
+            if (k == aS - 2) t.push_back(0);
+            countAt = t.size();
+            t.push_back(0);
+        }
+        ++t[countAt];
+        uint32_t w[4];
+        CubicWeights(aS, p.pos, w);
+        t.insert(t.end(), w, w + 4);
+    }
+    t.push_back(0);
+    t.push_back(0);
+    return t;
+}
+
+std::vector<uint32_t> ReductionTable(uint32_t aS, uint32_t aD) {
+    std::vector<uint32_t> t;
+    t.reserve(4 * size_t(aD));
+    uint32_t cur = 0;
+    for (uint32_t i = 0; i < aD; ++i) {
+        const double lo = double(i) * aS / aD;
+        double hi = double(i + 1) * aS / aD;
+        if (hi >= aS) hi = aS - 0.0001;
+        const uint32_t f = static_cast<uint32_t>(hi);
+        if (f > cur + 1) {
+            const uint32_t n = f - cur - 1;
+            const uint32_t wFirst = static_cast<uint32_t>((std::trunc(lo) + 1 - lo) * 256 + 0.5);
+            const uint32_t wLast = static_cast<uint32_t>((hi - f) * 256 + 0.5);
+            t.insert(t.end(), {n, wFirst, wLast, n * 256 + wFirst + wLast});
+            cur = f;
+        } else {
+            t.push_back(0);
+            t.push_back(static_cast<uint32_t>((f - lo) / (hi - lo) * 256 + 0.5));
+            cur = cur + 1;
+        }
+    }
+    return t;
+}
+
+EFilter ChooseFilter(uint32_t aS, uint32_t aD, bool aCubic) {
+    if (aS == aD || aS == 1) return EFilter::none;
+    if (aD < aS) return EFilter::reduction;
+    return aCubic ? EFilter::cubic : EFilter::linear;
+}
+
+bool UsesGamma(float aGamma) { return aGamma != 1.0f && aGamma > 0.1f && aGamma < 10.0f; }
+
+void MakeGammaTables(float aGamma, SGammaTables& aTables) {
+    for (int i = 0; i < 256; ++i)
+        aTables.toLinear[i] = static_cast<uint16_t>(std::pow(i / 255.0, double(aGamma)) * 65535 + 0.5);
+    aTables.toGamma.assign(65536 + 16, 255);
+    const double inverse = 1.0 / aGamma;
+    for (int i = 0; i < 65536; ++i)
+        aTables.toGamma[i] = static_cast<uint8_t>(std::pow(i / 65535.0, inverse) * 255 + 0.5);
+}
+
+// ---------------------------------------------------------------- the two stages
+
+namespace {
+
+// x / d through a reciprocal m = (2^64 - 1) / d + 1: exact while x * d < 2^64 (the error is
+// below x / 2^64, less than the 1 / d that separates a quotient from the next), otherwise a
+// plain division.
+inline uint64_t Reciprocal(uint64_t aD) { return aD > 1 ? UINT64_MAX / aD + 1 : 0; }
+inline uint64_t DivideBy(uint64_t aX, uint64_t aD, uint64_t aM) {
+    if (aD <= 1 || (static_cast<unsigned __int128>(aX) * aD) >> 64) return aD ? aX / aD : 0;
+    return static_cast<uint64_t>((static_cast<unsigned __int128>(aX) * aM) >> 64);
+}
+
+// T: accumulator width, 32 bits on the plain path and 64 on the gamma path.
+template <class T>
+class CCoverage {
+public:
+    CCoverage(const TPixelChannel* aSource, TImageSize aSourceSize, uint32_t aSourceRow, TPixelChannel* aTarget,
+              TImageSize aTargetSize, uint32_t aTargetRow, bool aCubic, const SGammaTables* aGamma)
+        : src_(aSource), ss_(aSourceSize), srow_(aSourceRow), dst_(aTarget), ds_(aTargetSize), drow_(aTargetRow),
+          g_(aGamma) {
+        fx_ = ChooseFilter(ss_.nX, ds_.nX, aCubic);
+        fy_ = ChooseFilter(ss_.nY, ds_.nY, aCubic);
+        xt_ = Table(fx_, ss_.nX, ds_.nX);
+        yt_ = Table(fy_, ss_.nY, ds_.nY);
+        pre_.resize(size_t(ss_.nX) * 4);
+        if (g_) gammaMax_ = static_cast<uint32_t>(g_->toGamma.size() - 1);
+    }
+
+    void Run() {
+        switch (fy_) {
+            case EFilter::none: ColumnNone(); break;
+            case EFilter::linear: ColumnLinear(); break;
+            case EFilter::cubic: ColumnCubic(); break;
+            case EFilter::reduction: ColumnReduction(); break;
+        }
+    }
+
+private:
+    static std::vector<uint32_t> Table(EFilter aFilter, uint32_t aS, uint32_t aD) {
+        switch (aFilter) {
+            case EFilter::linear: return LinearTable(aS, aD);
+            case EFilter::cubic: return CubicTable(aS, aD);
+            case EFilter::reduction: return ReductionTable(aS, aD);
+            default: return {};
+        }
+    }
+
+    // ---- row stage: one source row to D_x values of four channels with 8 fraction bits
+
+    void RowStage(uint32_t aY, T* aOut) {
+        const TPixelChannel* s = src_ + size_t(aY) * srow_;
+        T* p = pre_.data();
+        for (uint32_t x = 0; x < ss_.nX; ++x, p += 4) {
+            const T a = s[x].bA;
+            if (g_) {
+                p[0] = T(g_->toLinear[s[x].bB]) * a;
+                p[1] = T(g_->toLinear[s[x].bG]) * a;
+                p[2] = T(g_->toLinear[s[x].bR]) * a;
+            } else {
+                p[0] = T(s[x].bB) * a;
+                p[1] = T(s[x].bG) * a;
+                p[2] = T(s[x].bR) * a;
+            }
+            p[3] = a;
+        }
+        const T* pre = pre_.data();
+        const uint32_t S = ss_.nX;
+        switch (fx_) {
+            case EFilter::none:
+                for (uint32_t x = 0; x < ds_.nX; ++x) {
+                    const T* q = pre + (S == 1 ? 0 : size_t(x) * 4);
+                    for (int c = 0; c < 4; ++c) aOut[4 * size_t(x) + c] = q[c] << 8;
+                }
+                break;
+            case EFilter::linear: {
+                const uint32_t* t = xt_.data();
+                const T* later = pre;
+                const T* earlier = pre;
+                uint32_t next = 1;
+                T* o = aOut;
+                for (uint32_t n; (n = *t++) != 0;) {
+                    earlier = later;
+                    later = pre + 4 * size_t(std::min(next++, S - 1));
+                    for (; n; --n, o += 4) {
+                        const T w = *t++, v = 256 - w;
+                        for (int c = 0; c < 4; ++c) o[c] = earlier[c] * v + later[c] * w;
+                    }
+                }
+                break;
+            }
+            case EFilter::cubic: {
+                const uint32_t* t = xt_.data();
+                const T* win[4];
+                bool first = true;
+                uint32_t next = 3;
+                T* o = aOut;
+                for (;;) {
+                    uint32_t n = *t++;
+                    bool repeat = false;
+                    if (n == 0) {
+                        repeat = true;
+                        n = *t++;
+                    }
+                    if (n == 0) break;
+                    if (first) {
+                        win[0] = win[1] = pre;
+                        win[2] = pre + 4;
+                        win[3] = repeat ? win[2] : pre + 4 * size_t(std::min(2u, S - 1));
+                        first = false;
+                    } else {
+                        win[0] = win[1];
+                        win[1] = win[2];
+                        win[2] = win[3];
+                        // The table never asks past the last pixel; the guard keeps a bad stream inside.
+                        if (!repeat) win[3] = pre + 4 * size_t(std::min(next++, S - 1));
+                    }
+                    for (; n; --n, o += 4, t += 4) {
+                        for (int c = 0; c < 4; ++c)
+                            o[c] = win[0][c] * t[0] + win[1][c] * t[1] + win[2][c] * t[2] + win[3][c] * t[3];
+                    }
+                }
+                break;
+            }
+            case EFilter::reduction: {
+                const uint32_t* t = xt_.data();
+                const uint32_t* end = t + xt_.size();
+                const T* earlier = pre;
+                uint32_t next = 1;
+                T* o = aOut;
+                while (t < end) {
+                    const uint32_t n = *t++;
+                    if (n) {
+                        const uint64_t wFirst = t[0], wLast = t[1], total = t[2];
+                        t += 3;
+                        // The sums pass 32 bits for long spans: 64-bit accumulators here.
+                        uint64_t acc[4];
+                        for (int c = 0; c < 4; ++c) acc[c] = uint64_t(earlier[c]) * wFirst;
+                        for (uint32_t m = 0; m < n; ++m) {
+                            const T* mid = pre + 4 * size_t(std::min(next++, S - 1));
+                            for (int c = 0; c < 4; ++c) acc[c] += uint64_t(mid[c]) << 8;
+                        }
+                        const T* last = pre + 4 * size_t(std::min(next++, S - 1));
+                        for (int c = 0; c < 4; ++c) acc[c] += uint64_t(last[c]) * wLast;
+                        if (acc[3] == 0) {
+                            for (int c = 0; c < 4; ++c) o[c] = 0;
+                        } else {
+                            const uint64_t m = Reciprocal(total);
+                            for (int c = 0; c < 4; ++c) o[c] = T(DivideBy((total >> 1) + (acc[c] << 8), total, m));
+                        }
+                        earlier = last;
+                    } else {
+                        const T w = *t++, v = 256 - w;
+                        const T* later = pre + 4 * size_t(std::min(next++, S - 1));
+                        for (int c = 0; c < 4; ++c) o[c] = earlier[c] * w + later[c] * v;
+                        earlier = later;
+                    }
+                    o += 4;
+                }
+                break;
+            }
+        }
+    }
+
+    // ---- output of one target row
+
+    // Division of the three colour sums by one alpha sum, by one reciprocal: with
+    // m = 2^48 / d + 1 the quotient of x is exact while x * d < 2^48, which the sums keep
+    // (colour sums below 2^32, alpha sums below 2^17).
+    struct SDivider {
+        explicit SDivider(uint64_t aD) : m((uint64_t(1) << 48) / aD + 1) {}
+        uint64_t operator()(uint64_t aX) const { return static_cast<uint64_t>((aX * m) >> 48); }
+        unsigned __int128 m;
+    };
+
+    uint8_t Encode(uint64_t aQuotient) const {
+        if (g_) return g_->toGamma[std::min<uint64_t>(aQuotient, gammaMax_)];
+        return static_cast<uint8_t>(std::min<uint64_t>(aQuotient, 255));
+    }
+
+    // A row stage alone: the row values are the sums.
+    void OutputRow(const T* aRow, TPixelChannel* aOut) const {
+        for (uint32_t x = 0; x < ds_.nX; ++x, aRow += 4) {
+            TPixelChannel& px = aOut[x];
+            const T A = aRow[3];
+            if (A < 256) {
+                px.n = 0;
+                continue;
+            }
+            const SDivider div(A);
+            if (g_) {
+                px.bB = Encode(div(aRow[0] & ~T(255)));
+                px.bG = Encode(div(aRow[1] & ~T(255)));
+                px.bR = Encode(div(aRow[2] & ~T(255)));
+            } else {
+                // (C << 8) / (A << 8) is C / A while nothing overflows. Colours can pass the byte
+                // where a faint neighbour was cut by the shifts: Encode caps them.
+                px.bB = Encode(div(aRow[0]));
+                px.bG = Encode(div(aRow[1]));
+                px.bR = Encode(div(aRow[2]));
+            }
+            px.bA = static_cast<uint8_t>(A >> 8);
+        }
+    }
+
+    // A column stage over aTaps rows with their weights.
+    void OutputColumn(const T* const* aRows, const uint32_t* aW, int aTaps, TPixelChannel* aOut) const {
+        for (uint32_t x = 0; x < ds_.nX; ++x) {
+            const size_t at = 4 * size_t(x);
+            T C[3] = {0, 0, 0}, A = 0;
+            for (int j = 0; j < aTaps; ++j) {
+                const T* r = aRows[j] + at;
+                const T w = aW[j];
+                C[0] += (r[0] >> 8) * w;
+                C[1] += (r[1] >> 8) * w;
+                C[2] += (r[2] >> 8) * w;
+                A += (g_ ? r[3] : (r[3] >> 8)) * w;
+            }
+            TPixelChannel& px = aOut[x];
+            if (g_) {
+                if (A <= 65535) {
+                    px.n = 0;
+                    continue;
+                }
+                const SDivider div(A >> 8);
+                px.bB = Encode(div(C[0]));
+                px.bG = Encode(div(C[1]));
+                px.bR = Encode(div(C[2]));
+                px.bA = static_cast<uint8_t>(A >> 16);
+            } else {
+                if (A < 256) {
+                    px.n = 0;
+                    continue;
+                }
+                const SDivider div(A);
+                px.bB = Encode(div(C[0]));
+                px.bG = Encode(div(C[1]));
+                px.bR = Encode(div(C[2]));
+                px.bA = static_cast<uint8_t>(A >> 8);
+            }
+        }
+    }
+
+    TPixelChannel* TargetRow(uint32_t aY) const { return dst_ + size_t(aY) * drow_; }
+
+    // ---- column stages
+
+    void ColumnNone() {
+        std::vector<T> row(size_t(ds_.nX) * 4);
+        if (ss_.nY == 1) {
+            RowStage(0, row.data());
+            for (uint32_t y = 0; y < ds_.nY; ++y) OutputRow(row.data(), TargetRow(y));
+            return;
+        }
+        for (uint32_t y = 0; y < ds_.nY; ++y) {
+            RowStage(y, row.data());
+            OutputRow(row.data(), TargetRow(y));
+        }
+    }
+
+    void ColumnLinear() {
+        const size_t len = size_t(ds_.nX) * 4;
+        std::vector<T> ring(2 * len);
+        auto slot = [&](uint32_t r) { return ring.data() + (r & 1) * len; };
+        const uint32_t S = ss_.nY;
+        RowStage(0, slot(0));
+        uint32_t later = 0, next = 1, y = 0;
+        const uint32_t* t = yt_.data();
+        for (uint32_t n; (n = *t++) != 0;) {
+            const uint32_t earlier = later;
+            later = std::min(next++, S - 1);
+            if (later != earlier) RowStage(later, slot(later));
+            const T* rows[2] = {slot(earlier), slot(later)};
+            for (; n; --n, ++y) {
+                const uint32_t w[2] = {256 - *t, *t};
+                ++t;
+                OutputColumn(rows, w, 2, TargetRow(y));
+            }
+        }
+    }
+
+    void ColumnCubic() {
+        const size_t len = size_t(ds_.nX) * 4;
+        std::vector<T> ring(4 * len);
+        auto slot = [&](uint32_t r) { return ring.data() + (r & 3) * len; };
+        const uint32_t S = ss_.nY;
+        uint32_t win[4];
+        uint32_t next = 3, y = 0;
+        bool first = true;
+        const uint32_t* t = yt_.data();
+        for (;;) {
+            uint32_t n = *t++;
+            bool repeat = false;
+            if (n == 0) {
+                repeat = true;
+                n = *t++;
+            }
+            if (n == 0) break;
+            if (first) {
+                RowStage(0, slot(0));
+                RowStage(1, slot(1));
+                win[0] = win[1] = 0;
+                win[2] = 1;
+                if (repeat || S < 3) {
+                    win[3] = 1;
+                } else {
+                    win[3] = 2;
+                    RowStage(2, slot(2));
+                }
+                first = false;
+            } else {
+                win[0] = win[1];
+                win[1] = win[2];
+                win[2] = win[3];
+                if (!repeat && next < S) {
+                    win[3] = next++;
+                    RowStage(win[3], slot(win[3]));
+                }
+            }
+            const T* rows[4] = {slot(win[0]), slot(win[1]), slot(win[2]), slot(win[3])};
+            for (; n; --n, ++y, t += 4) OutputColumn(rows, t, 4, TargetRow(y));
+        }
+    }
+
+    void ColumnReduction() {
+        const size_t len = size_t(ds_.nX) * 4;
+        std::vector<T> a(len), b(len);
+        std::vector<uint64_t> acc(len);
+        T* earlier = a.data();
+        T* current = b.data();
+        const uint32_t S = ss_.nY;
+        RowStage(0, earlier);
+        uint32_t next = 1;
+        const uint32_t* t = yt_.data();
+        const uint32_t* end = t + yt_.size();
+        for (uint32_t y = 0; t < end; ++y) {
+            const uint32_t n = *t++;
+            TPixelChannel* out = TargetRow(y);
+            if (n) {
+                const uint64_t wFirst = t[0], wLast = t[1], total = t[2];
+                t += 3;
+                for (size_t i = 0; i < len; ++i) acc[i] = uint64_t(earlier[i]) * wFirst;
+                for (uint32_t m = 0; m < n; ++m) {
+                    RowStage(std::min(next++, S - 1), current);
+                    for (size_t i = 0; i < len; ++i) acc[i] += uint64_t(current[i]) << 8;
+                }
+                RowStage(std::min(next++, S - 1), current);
+                for (size_t i = 0; i < len; ++i) acc[i] += uint64_t(current[i]) * wLast;
+                const uint64_t totalM = Reciprocal(total);
+                for (uint32_t x = 0; x < ds_.nX; ++x) {
+                    const uint64_t* v = acc.data() + 4 * size_t(x);
+                    TPixelChannel& px = out[x];
+                    const uint64_t alpha = DivideBy(v[3], total, totalM) >> 8;
+                    if (alpha == 0) {
+                        px.n = 0;
+                        continue;
+                    }
+                    const uint64_t m = Reciprocal(v[3]);
+                    px.bB = Encode(DivideBy(v[0], v[3], m));
+                    px.bG = Encode(DivideBy(v[1], v[3], m));
+                    px.bR = Encode(DivideBy(v[2], v[3], m));
+                    px.bA = static_cast<uint8_t>(std::min<uint64_t>(alpha, 255));
+                }
+            } else {
+                const uint32_t w[2] = {*t, 256 - *t};
+                ++t;
+                RowStage(std::min(next++, S - 1), current);
+                const T* rows[2] = {earlier, current};
+                OutputColumn(rows, w, 2, out);
+            }
+            std::swap(earlier, current);
+        }
+    }
+
+    const TPixelChannel* src_;
+    TImageSize ss_;
+    uint32_t srow_;
+    TPixelChannel* dst_;
+    TImageSize ds_;
+    uint32_t drow_;
+    const SGammaTables* g_;
+    uint32_t gammaMax_ = 0;
+    EFilter fx_, fy_;
+    std::vector<uint32_t> xt_, yt_;
+    std::vector<T> pre_;
+};
+
+}  // namespace
+
+void Resample(const TPixelChannel* aSource, TImageSize aSourceSize, uint32_t aSourceRow, TPixelChannel* aTarget,
+              TImageSize aTargetSize, uint32_t aTargetRow, bool aCubic, const SGammaTables* aGamma) {
+    if (!aSourceSize.nX || !aSourceSize.nY || !aTargetSize.nX || !aTargetSize.nY) return;
+    const EFilter fx = ChooseFilter(aSourceSize.nX, aTargetSize.nX, aCubic);
+    const EFilter fy = ChooseFilter(aSourceSize.nY, aTargetSize.nY, aCubic);
+    if (fx == EFilter::none && fy == EFilter::none) {
+        // A plain copy, replicating a single row or column.
+        for (uint32_t y = 0; y < aTargetSize.nY; ++y) {
+            const TPixelChannel* s = aSource + uint64_t(y) * aSourceSize.nY / aTargetSize.nY * aSourceRow;
+            TPixelChannel* d = aTarget + size_t(y) * aTargetRow;
+            for (uint32_t x = 0; x < aTargetSize.nX; ++x) d[x] = s[uint64_t(x) * aSourceSize.nX / aTargetSize.nX];
+        }
+        return;
+    }
+    if (aGamma) {
+        CCoverage<uint64_t>(aSource, aSourceSize, aSourceRow, aTarget, aTargetSize, aTargetRow, aCubic, aGamma).Run();
+    } else {
+        CCoverage<uint32_t>(aSource, aSourceSize, aSourceRow, aTarget, aTargetSize, aTargetRow, aCubic, nullptr).Run();
+    }
+}
+
+// ---------------------------------------------------------------- copying and the entries
+
+void CopyWithBorder(const TPixelChannel* aSource, TImagePoint aSourceOrigin, TImageSize aSourceSize,
+                    TImageStride aSourceStride, TPixelChannel* aTarget, TImagePoint aTargetOrigin,
+                    TImageSize aTargetSize, TImageStride aTargetStride, TPixelChannel aDefault) {
+    const int64_t tx0 = aTargetOrigin.nX, ty0 = aTargetOrigin.nY;
+    const int64_t tx1 = tx0 + aTargetSize.nX, ty1 = ty0 + aTargetSize.nY;
+    const int64_t ox0 = std::max<int64_t>(tx0, aSourceOrigin.nX), oy0 = std::max<int64_t>(ty0, aSourceOrigin.nY);
+    const int64_t ox1 = std::min<int64_t>(tx1, int64_t(aSourceOrigin.nX) + aSourceSize.nX);
+    const int64_t oy1 = std::min<int64_t>(ty1, int64_t(aSourceOrigin.nY) + aSourceSize.nY);
+    const bool overlap = ox0 < ox1 && oy0 < oy1;
+    for (int64_t y = ty0; y < ty1; ++y) {
+        TPixelChannel* d = aTarget + size_t(y - ty0) * aTargetStride.nY;
+        if (!overlap || y < oy0 || y >= oy1) {
+            for (int64_t x = 0; x < tx1 - tx0; ++x) d[size_t(x) * aTargetStride.nX] = aDefault;
+            continue;
+        }
+        for (int64_t x = tx0; x < ox0; ++x) d[size_t(x - tx0) * aTargetStride.nX] = aDefault;
+        const TPixelChannel* s = aSource + size_t(y - aSourceOrigin.nY) * aSourceStride.nY;
+        if (aTargetStride.nX == 1 && aSourceStride.nX == 1) {
+            std::memcpy(d + (ox0 - tx0), s + (ox0 - aSourceOrigin.nX), size_t(ox1 - ox0) * sizeof(TPixelChannel));
+        } else {
+            for (int64_t x = ox0; x < ox1; ++x)
+                d[size_t(x - tx0) * aTargetStride.nX] = s[size_t(x - aSourceOrigin.nX) * aSourceStride.nX];
+        }
+        for (int64_t x = ox1; x < tx1; ++x) d[size_t(x - tx0) * aTargetStride.nX] = aDefault;
+    }
+}
+
+HRESULT NearestProcessTile(const TPixelChannel* aDefault, const TMatrix3x3f* aMatrix, const TPixelChannel* aSource,
+                           TImagePoint aSourceOrigin, TImageSize aSourceSize, TImageStride aSourceStride,
+                           TPixelChannel* aTarget, TImagePoint aTargetOrigin, TImageSize aTargetSize,
+                           TImageStride aTargetStride) {
+    if (!aDefault || !aMatrix || !aSource || !aTarget) return E_POINTER;
+    const float* m = aMatrix->m;
+    const float sx = std::sqrt(m[0] * m[0] + m[3] * m[3]);
+    const float sy = std::sqrt(m[1] * m[1] + m[4] * m[4]);
+    const int64_t one = int64_t(1) << 28;
+    const int64_t stepX = static_cast<int64_t>(double(float(one) / sx) + 0.5);
+    const int64_t stepY = static_cast<int64_t>(double(float(one) / sy) + 0.5);
+    if (stepX <= 0 || stepY <= 0) return E_INVALIDARG;
+    const int64_t xFirst = (int64_t(aSourceOrigin.nX) * one - 1 + stepX) / stepX;
+    const int64_t xEnd = ((int64_t(aSourceOrigin.nX) + aSourceSize.nX) * one - 1 + stepX) / stepX;
+    const int64_t yFirst = (int64_t(aSourceOrigin.nY) * one - 1 + stepY) / stepY;
+    const int64_t yEnd = ((int64_t(aSourceOrigin.nY) + aSourceSize.nY) * one - 1 + stepY) / stepY;
+    const TPixelChannel fill = *aDefault;
+    for (uint32_t j = 0; j < aTargetSize.nY; ++j) {
+        const int64_t y = int64_t(aTargetOrigin.nY) + j;
+        TPixelChannel* d = aTarget + size_t(j) * aTargetStride.nY;
+        if (y < yFirst || y >= yEnd) {
+            for (uint32_t i = 0; i < aTargetSize.nX; ++i) d[size_t(i) * aTargetStride.nX] = fill;
+            continue;
+        }
+        // Centre sampling can land one past the last row or column: keep it on the edge.
+        const int64_t sr = std::clamp<int64_t>(((y * stepY + stepY / 2) >> 28) - aSourceOrigin.nY, 0,
+                                               int64_t(aSourceSize.nY) - 1);
+        const TPixelChannel* s = aSource + size_t(sr) * aSourceStride.nY;
+        for (uint32_t i = 0; i < aTargetSize.nX; ++i) {
+            const int64_t x = int64_t(aTargetOrigin.nX) + i;
+            if (x < xFirst || x >= xEnd) {
+                d[size_t(i) * aTargetStride.nX] = fill;
+                continue;
+            }
+            const int64_t sc = std::clamp<int64_t>(((x * stepX + stepX / 2) >> 28) - aSourceOrigin.nX, 0,
+                                                   int64_t(aSourceSize.nX) - 1);
+            d[size_t(i) * aTargetStride.nX] = s[size_t(sc) * aSourceStride.nX];
+        }
+    }
+    return S_OK;
+}
+
+HRESULT CoverageProcessTile(const SCoverageSetup& aSetup, uint32_t aChannelCount, float aGamma,
+                            const TPixelChannel* aDefault, const TMatrix3x3f* aMatrix, const TPixelChannel* aSource,
+                            TImagePoint aSourceOrigin, TImageSize aSourceSize, TImageStride aSourceStride,
+                            TPixelChannel* aTarget, TImagePoint aTargetOrigin, TImageSize aTargetSize,
+                            TImageStride aTargetStride) {
+    if (aChannelCount != 1) return E_NOTIMPL;
+    if (!aDefault || !aMatrix || !aSource || !aTarget) return E_POINTER;
+    // A row stride shorter than a row would make rows overlap: the array is too small.
+    if (aTargetSize.nX && (aTargetStride.nX == 0 || aTargetStride.nY < uint64_t(aTargetSize.nX - 1) * aTargetStride.nX + 1))
+        return E_FAIL;
+    const float* m = aMatrix->m;
+    SGammaTables tables;
+    const SGammaTables* gamma = nullptr;
+    if (UsesGamma(aGamma)) {
+        MakeGammaTables(aGamma, tables);
+        gamma = &tables;
+    }
+    const bool direct = aSourceOrigin.nX == 0 && aSourceOrigin.nY == 0 &&
+                        aSourceSize.nX == aSetup.sourceSize.nX && aSourceSize.nY == aSetup.sourceSize.nY &&
+                        aSourceStride.nX == 1 && aTargetOrigin.nX == 0 && aTargetOrigin.nY == 0 &&
+                        aTargetSize.nX == static_cast<uint32_t>(aSetup.sourceSize.nX * m[0] + 0.5f) &&
+                        aTargetSize.nY == static_cast<uint32_t>(aSetup.sourceSize.nY * m[4] + 0.5f) &&
+                        aTargetStride.nX == 1;
+    if (direct) {
+        Resample(aSource, aSourceSize, aSourceStride.nY, aTarget, aTargetSize, aTargetStride.nY, aSetup.cubic, gamma);
+        return S_OK;
+    }
+    const TImageSize ss = aSetup.sourceSize, ts = aSetup.targetSize;
+    std::vector<TPixelChannel> whole(size_t(ss.nX) * ss.nY);
+    CopyWithBorder(aSource, aSourceOrigin, aSourceSize, aSourceStride, whole.data(), {0, 0}, ss, {1, ss.nX},
+                   *aDefault);
+    std::vector<TPixelChannel> scaled(size_t(ts.nX) * ts.nY);
+    Resample(whole.data(), ss, ss.nX, scaled.data(), ts, ts.nX, aSetup.cubic, gamma);
+    const TImagePoint at{static_cast<int32_t>(m[6] + 0.5f), static_cast<int32_t>(m[7] + 0.5f)};
+    CopyWithBorder(scaled.data(), at, ts, {1, ts.nX}, aTarget, aTargetOrigin, aTargetSize, aTargetStride, *aDefault);
+    return S_OK;
+}
+
+}  // namespace zt::resample
