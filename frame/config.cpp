@@ -144,4 +144,11 @@ ComPtr<IConfig> BuildConfig(IOperationManager* aManager, const SConfigSchema& aS
     return ComPtr<IConfig>::query(builder.get());
 }
 
+HRESULT ConfigFromSchema(IOperationManager* aManager, const SConfigSchema& aSchema, IConfig** aConfig) {
+    return GuardOut(aConfig, [&] {
+        *aConfig = BuildConfig(aManager, aSchema, nullptr).detach();
+        return S_OK;
+    });
+}
+
 }  // namespace zt

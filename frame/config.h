@@ -135,4 +135,8 @@ inline SSchemaItem NestedOperation(const char16_t* key, const char16_t* label, c
 // then Finalize with aGUI. Throws on any failure.
 ComPtr<IConfig> BuildConfig(IOperationManager* aManager, const SConfigSchema& aSchema, IConfigCustomGUI* aGUI);
 
+// ConfigCreate of an operation without a custom window: the schema built and handed out,
+// failures as results.
+HRESULT ConfigFromSchema(IOperationManager* aManager, const SConfigSchema& aSchema, IConfig** aConfig);
+
 }  // namespace zt

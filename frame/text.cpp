@@ -273,4 +273,8 @@ ComPtr<ILocalizedString> Printf(ILocalizedString* aFormat, ILocalizedString* aFi
     return result;
 }
 
+HRESULT NameFromTable(uint32_t aID, ILocalizedString** aName) {
+    return GuardOut(aName, [&] { return HandOut(TableText(aID), aName); });
+}
+
 }  // namespace zt

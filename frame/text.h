@@ -98,6 +98,9 @@ ComPtr<ILocalizedString> Printf(ILocalizedString* aFormat, ILocalizedString* aSt
 ComPtr<ILocalizedString> Printf(ILocalizedString* aFormat, ILocalizedString* aString);
 ComPtr<ILocalizedString> Printf(ILocalizedString* aFormat, ILocalizedString* aFirst, ILocalizedString* aSecond);
 
+// NameGet of an operation: the string-table entry aID.
+HRESULT NameFromTable(uint32_t aID, ILocalizedString** aName);
+
 // Hands a text out through an out argument.
 inline HRESULT HandOut(ComPtr<ILocalizedString> aText, ILocalizedString** aOut) {
     *aOut = aText.detach();

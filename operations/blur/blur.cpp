@@ -293,15 +293,11 @@ int32_t Grow(int32_t aEdge, int64_t aBy) {
 }  // namespace
 
 HRESULT CDocumentOperationRasterImageBlur::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_BLUR), aName); });
+    return NameFromTable(IDS_NAME_BLUR, aName);
 }
 
 HRESULT CDocumentOperationRasterImageBlur::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        // The custom window attaches here once it exists; the generic editor serves until then.
-        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, Schema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImageBlur::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,

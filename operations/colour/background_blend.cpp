@@ -30,14 +30,11 @@ const SConfigSchema& Schema() {
 }  // namespace
 
 HRESULT CDocumentOperationRasterImageBackgroundBlend::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_BACKGROUNDBLEND), aName); });
+    return NameFromTable(IDS_NAME_BACKGROUNDBLEND, aName);
 }
 
 HRESULT CDocumentOperationRasterImageBackgroundBlend::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, Schema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImageBackgroundBlend::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,

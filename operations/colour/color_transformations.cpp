@@ -43,15 +43,12 @@ bool Near(int32_t aValue) { return aValue >= 96 && aValue <= 104; }
 }  // namespace
 
 HRESULT CDocumentOperationRasterImageColorTransformations::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_COLORADJUST), aName); });
+    return NameFromTable(IDS_NAME_COLORADJUST, aName);
 }
 
 HRESULT CDocumentOperationRasterImageColorTransformations::ConfigCreate(IOperationManager* aManager,
                                                                         IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, Schema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImageColorTransformations::CanActivate(IOperationManager*, IDocument* aDocument,

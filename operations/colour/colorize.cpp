@@ -27,14 +27,11 @@ const SConfigSchema& Schema() {
 }  // namespace
 
 HRESULT CDocumentOperationRasterImageColorize::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_COLORIZE), aName); });
+    return NameFromTable(IDS_NAME_COLORIZE, aName);
 }
 
 HRESULT CDocumentOperationRasterImageColorize::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, Schema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImageColorize::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,

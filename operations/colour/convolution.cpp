@@ -37,14 +37,11 @@ constexpr const char16_t* kConvolutionMatrix = u"[0409]Convolution matrix[0405]K
 }  // namespace
 
 HRESULT CDocumentOperationRasterImageConvolution::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_CONVOLUTION), aName); });
+    return NameFromTable(IDS_NAME_CONVOLUTION, aName);
 }
 
 HRESULT CDocumentOperationRasterImageConvolution::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, Schema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImageConvolution::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,

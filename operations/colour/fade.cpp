@@ -42,7 +42,7 @@ SInnerFilter InnerFilter(IConfig* aConfig) {
 }  // namespace
 
 HRESULT CDocumentOperationRasterImageFade::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_FADE), aName); });
+    return NameFromTable(IDS_NAME_FADE, aName);
 }
 
 HRESULT CDocumentOperationRasterImageFade::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {

@@ -41,14 +41,11 @@ constexpr int32_t kLeastColors = 8;
 }  // namespace
 
 HRESULT CDocumentOperationRasterImageReduceColors::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_REDUCECOLORS), aName); });
+    return NameFromTable(IDS_NAME_REDUCECOLORS, aName);
 }
 
 HRESULT CDocumentOperationRasterImageReduceColors::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, Schema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImageReduceColors::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,

@@ -23,14 +23,11 @@ const SConfigSchema& Schema() {
 }  // namespace
 
 HRESULT CDocumentOperationRasterImageShiftHue::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_SHIFTHUE), aName); });
+    return NameFromTable(IDS_NAME_SHIFTHUE, aName);
 }
 
 HRESULT CDocumentOperationRasterImageShiftHue::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, Schema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImageShiftHue::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,

@@ -83,14 +83,11 @@ HRESULT Run(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
 }  // namespace
 
 HRESULT CDocumentOperationRasterImageAutoMask::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_AUTOMASK), aName); });
+    return NameFromTable(IDS_NAME_AUTOMASK, aName);
 }
 
 HRESULT CDocumentOperationRasterImageAutoMask::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, MaskOperationSchema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, MaskOperationSchema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImageAutoMask::CanActivate(IOperationManager* aManager, IDocument* aDocument,

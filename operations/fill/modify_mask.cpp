@@ -117,14 +117,11 @@ HRESULT Run(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
 }  // namespace
 
 HRESULT CDocumentOperationRasterImageModifyMask::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_MODIFYMASK), aName); });
+    return NameFromTable(IDS_NAME_MODIFYMASK, aName);
 }
 
 HRESULT CDocumentOperationRasterImageModifyMask::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, MaskOperationSchema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, MaskOperationSchema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImageModifyMask::CanActivate(IOperationManager*, IDocument*, IConfig* aConfig,

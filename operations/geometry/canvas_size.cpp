@@ -103,14 +103,11 @@ SCanvasResize CanvasResize(uint32_t aW, uint32_t aH, bool aAbsolute, int32_t aX,
 }
 
 HRESULT CDocumentOperationRasterImageCanvasSize::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_CANVASSIZE), aName); });
+    return NameFromTable(IDS_NAME_CANVASSIZE, aName);
 }
 
 HRESULT CDocumentOperationRasterImageCanvasSize::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, Schema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImageCanvasSize::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,

@@ -182,14 +182,11 @@ void MapRect(const float m[9], TRasterImageRect* aRect) {
 }
 
 HRESULT CDocumentOperationRasterImagePerspective::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_PERSPECTIVE), aName); });
+    return NameFromTable(IDS_NAME_PERSPECTIVE, aName);
 }
 
 HRESULT CDocumentOperationRasterImagePerspective::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, Schema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImagePerspective::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,

@@ -94,14 +94,11 @@ void PolarTransform(const TPixelChannel* aSource, uint32_t aW, uint32_t aH, int3
 }
 
 HRESULT CRasterImagePolarTransformation::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_POLAR), aName); });
+    return NameFromTable(IDS_NAME_POLAR, aName);
 }
 
 HRESULT CRasterImagePolarTransformation::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, Schema(), aConfig);
 }
 
 HRESULT CRasterImagePolarTransformation::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,

@@ -111,14 +111,11 @@ SBorderFit FitBorder(int32_t aX0, int32_t aY0, uint32_t aCW, uint32_t aCH, float
 }
 
 HRESULT CDocumentOperationRasterImageRemoveBorder::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_REMOVEBORDER), aName); });
+    return NameFromTable(IDS_NAME_REMOVEBORDER, aName);
 }
 
 HRESULT CDocumentOperationRasterImageRemoveBorder::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, Schema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImageRemoveBorder::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,

@@ -199,14 +199,11 @@ TImageResolution ResampleResolution(TImageResolution aOld, int32_t aMode, uint32
 }
 
 HRESULT CDocumentOperationRasterImageResample::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_RESAMPLE), aName); });
+    return NameFromTable(IDS_NAME_RESAMPLE, aName);
 }
 
 HRESULT CDocumentOperationRasterImageResample::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, Schema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImageResample::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,

@@ -99,14 +99,11 @@ SRotatePlan PlanRotation(float aAngle, int32_t aExtend, TImageSize aCanvas, TIma
 }
 
 HRESULT CDocumentOperationRasterImageRotate::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_ROTATE), aName); });
+    return NameFromTable(IDS_NAME_ROTATE, aName);
 }
 
 HRESULT CDocumentOperationRasterImageRotate::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, Schema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImageRotate::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,

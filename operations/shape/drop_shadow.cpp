@@ -152,14 +152,11 @@ HRESULT Run(IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext)
 }  // namespace
 
 HRESULT CDocumentOperationRasterImageDropShadow::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_DROPSHADOW), aName); });
+    return NameFromTable(IDS_NAME_DROPSHADOW, aName);
 }
 
 HRESULT CDocumentOperationRasterImageDropShadow::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, Schema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImageDropShadow::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,

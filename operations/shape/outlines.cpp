@@ -88,14 +88,11 @@ HRESULT Run(IDocument* aDocument, IConfig* aConfig) {
 }  // namespace
 
 HRESULT CDocumentOperationRasterImageOutlines::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return GuardOut(aName, [&] { return HandOut(TableText(IDS_NAME_OUTLINES), aName); });
+    return NameFromTable(IDS_NAME_OUTLINES, aName);
 }
 
 HRESULT CDocumentOperationRasterImageOutlines::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        *aConfig = BuildConfig(aManager, Schema(), nullptr).detach();
-        return S_OK;
-    });
+    return ConfigFromSchema(aManager, Schema(), aConfig);
 }
 
 HRESULT CDocumentOperationRasterImageOutlines::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
