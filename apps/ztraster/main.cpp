@@ -417,6 +417,9 @@ ApplyOptions ParseApply(const std::vector<std::string>& aArgs) {
     o.operation = positional[0];
     if (positional.size() == 2) o.input = positional[1];
     if (o.output.empty()) Usage(T("apply needs -o OUTPUT", "apply potřebuje -o VÝSTUP"));
+    if (!o.layers.empty() && (o.info || o.repeat))
+        Usage(T("--info and --repeat work on one image, not with --layer",
+                "--info a --repeat pracují s jedním obrázkem, ne s --layer"));
     if (!o.layers.empty() && !o.flatten && o.output.find("%d") == std::string::npos)
         Usage(T("a layered result needs -o with %d (one file per layer) or --flatten",
                 "vrstvený výsledek potřebuje -o s %d (soubor pro každou vrstvu) nebo --flatten"));

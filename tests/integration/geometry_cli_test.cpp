@@ -120,4 +120,7 @@ TEST_F(GeometryCli, LayerOptionErrorsNameTheProblem) {
     EXPECT_NE(std::string::npos, r.err.find("--layer"));
     r = Run({"apply", "Rotate", "--layer", a, "-o", Path("o-%d.png")});
     EXPECT_EQ(1, r.status);  // Rotate takes raster images only
+    r = Run({"apply", "Resample", "--layer", a, "--info", "-o", Path("o-%d.png")});
+    EXPECT_EQ(2, r.status);
+    EXPECT_NE(std::string::npos, r.err.find("--info and --repeat"));
 }
