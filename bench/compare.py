@@ -4,7 +4,8 @@
 Our times come from zt_bench (Google Benchmark, JSON). Each peer is a script bench/peers/*_peers.py
 that prints lines "Group/what milliseconds" for the same work on the same pixels. Within a
 group (the part of a name before the first '/'), every one of our results is printed as a
-ratio to every peer result: below 1 means we are faster.
+ratio to every peer result (or to those whose line names a text our result's name contains):
+below 1 means we are faster.
 """
 import fnmatch
 import json
@@ -43,21 +44,23 @@ def peers():
             print("peer %s skipped: %s" % (script, run.stderr.strip().splitlines()[-1:] or "failed"), file=sys.stderr)
             continue
         for line in run.stdout.splitlines():
-            name, ms = line.rsplit(" ", 1)
-            times[name] = float(ms)
+            # "Group/what ms", optionally followed by a text that the names of the results
+            # it is to be compared with must contain.
+            name, ms, *only = line.split()
+            times[name] = (float(ms), only[0] if only else "")
     return times
 
 
 def main():
     mine, theirs = ours(), peers()
     print("\n%-48s %10s" % ("benchmark", "ms"))
-    for name, ms in list(mine.items()) + list(theirs.items()):
+    for name, ms in list(mine.items()) + [(n, t[0]) for n, t in theirs.items()]:
         print("%-48s %10.2f" % (name, ms))
     print("\nRatios, ours / peer (below 1: ours is faster):")
     for name, ms in mine.items():
         group = name.split("/")[0]
-        for peer, peer_ms in theirs.items():
-            if peer.split("/")[0] == group and peer_ms > 0:
+        for peer, (peer_ms, only) in theirs.items():
+            if peer.split("/")[0] == group and peer_ms > 0 and only in name:
                 print("  %-44s / %-36s %6.2f" % (name, peer, ms / peer_ms))
 
 

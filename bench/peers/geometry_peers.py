@@ -26,17 +26,17 @@ def rotation():
 def main():
     img = pixels()
     cv2.setNumThreads(1)
-    print("Resample/opencv-area50 %.3f" % median_ms(
+    print("Resample/opencv-area50 %.3f 50" % median_ms(
         lambda: cv2.resize(img, (SIDE // 2, SIDE // 2), interpolation=cv2.INTER_AREA), 5))
-    print("Resample/opencv-cubic200 %.3f" % median_ms(
+    print("Resample/opencv-cubic200 %.3f 200" % median_ms(
         lambda: cv2.resize(img, (SIDE * 2, SIDE * 2), interpolation=cv2.INTER_CUBIC), 3))
     m, w = rotation()
     print("Rotate/opencv-bilinear30 %.3f" % median_ms(
         lambda: cv2.warpAffine(img, m, (w, w), flags=cv2.INTER_LINEAR), 5))
 
     resize50, resize200, rotate30 = vips_ms(img, 1, 3, [("resize", "0.5"), ("resize", "2"), ("rotate", "30")])
-    print("Resample/vips-resize50 %.3f" % resize50)
-    print("Resample/vips-resize200 %.3f" % resize200)
+    print("Resample/vips-resize50 %.3f 50" % resize50)
+    print("Resample/vips-resize200 %.3f 200" % resize200)
     print("Rotate/vips-rotate30 %.3f" % rotate30)
 
 
