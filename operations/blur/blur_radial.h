@@ -38,8 +38,10 @@ struct SFixedPoint {
 // One rotation step by s with the second-order term c.
 inline SFixedPoint RadialRotate(SFixedPoint p, int32_t s, int32_t c) {
     const int64_t px = p.x, py = p.y;
-    const int32_t nx = Wrap32(px - (Wrap32(((px >> 14) * c) >> 8) + Wrap32(((py >> 8) * s) >> 8)));
-    const int32_t ny = Wrap32(py + (Wrap32(((px >> 8) * s) >> 8) - Wrap32(((py >> 14) * c) >> 8)));
+    // The inner sum and difference are taken in 64 bits: only the final wrap to 32 bits counts,
+    // and a 32-bit sum could overflow at extreme angles.
+    const int32_t nx = Wrap32(px - (int64_t(Wrap32(((px >> 14) * c) >> 8)) + Wrap32(((py >> 8) * s) >> 8)));
+    const int32_t ny = Wrap32(py + (int64_t(Wrap32(((px >> 8) * s) >> 8)) - Wrap32(((py >> 14) * c) >> 8)));
     return {nx, ny};
 }
 
