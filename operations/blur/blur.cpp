@@ -5,6 +5,7 @@
 
 #include "frame/boundary.h"
 #include "frame/config.h"
+#include "frame/numeric.h"
 #include "frame/image.h"
 #include "frame/text.h"
 #include "operations/blur/blur_kernels.h"
@@ -283,7 +284,7 @@ HRESULT ActivateBlur(IDocument* aDocument, IConfig* aConfig) {
     return target.Replace(newOrigin, D, nullptr);
 }
 
-int32_t Rounded(float aValue) { return int32_t(aValue + 0.5f); }
+int32_t Rounded(float aValue) { return TruncateToInt32(aValue + 0.5f); }
 
 // Moves an edge outwards, held at the ends of the plane.
 int32_t Grow(int32_t aEdge, int64_t aBy) {

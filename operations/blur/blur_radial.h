@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "frame/host.h"
+#include "frame/numeric.h"
 
 namespace zt {
 
@@ -28,7 +29,7 @@ inline int32_t RadialStep(float aAngle) {
     const float tt = aAngle * 3.141528f * 65536.0f / 181.0f;
     // Far beyond any slider; keeps the conversion defined.
     const float limited = tt > 2.0e9f ? 2.0e9f : tt < -2.0e9f ? -2.0e9f : tt;
-    return int32_t(limited) / 64;
+    return TruncateToInt32(limited) / 64;  // NaN turns by nothing
 }
 
 struct SFixedPoint {

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "frame/host.h"
+#include "frame/numeric.h"
 #include "pixel/colour.h"
 
 namespace zt {
@@ -36,7 +37,7 @@ inline void BuildColorAdjustLinearTable(int32_t aBrightness, int32_t aContrast, 
     const float inverse = 1.0f / LimitAdjustGamma(aGamma);
     const float shift = static_cast<float>(aBrightness) / 255.0f;
     for (int i = 0; i < 256; ++i)
-        aTable[i] = static_cast<int32_t>((ColorAdjustCurve(i, aContrast, inverse) + shift) * 65535.0f);
+        aTable[i] = TruncateToInt32((ColorAdjustCurve(i, aContrast, inverse) + shift) * 65535.0f);
 }
 
 // w0..w2 weigh the other channels (luminance share), w3..w5 the channel itself.
@@ -46,9 +47,9 @@ struct SSaturationWeights {
 inline SSaturationWeights SaturationWeights(int32_t aSaturation) {
     const float t = static_cast<float>(aSaturation) / 100.0f * 1024.0f;
     const float u = 1024.0f - t;
-    return {{static_cast<int32_t>(u * 0.299f + 0.5f), static_cast<int32_t>(u * 0.587f + 0.5f),
-             static_cast<int32_t>(u * 0.114f + 0.5f), static_cast<int32_t>(u * 0.299f + t + 0.5f),
-             static_cast<int32_t>(u * 0.587f + t + 0.5f), static_cast<int32_t>(u * 0.114f + t + 0.5f)}};
+    return {{TruncateToInt32(u * 0.299f + 0.5f), TruncateToInt32(u * 0.587f + 0.5f), TruncateToInt32(u * 0.114f + 0.5f),
+             TruncateToInt32(u * 0.299f + t + 0.5f), TruncateToInt32(u * 0.587f + t + 0.5f),
+             TruncateToInt32(u * 0.114f + t + 0.5f)}};
 }
 
 struct CColorTransformOp {
@@ -69,7 +70,7 @@ struct CColorTransformWithSaturationOp {
     int32_t w0, w1, w2, w3, w4, w5;
     const uint16_t* gamma;  // the 16-bit table T
 
-    static uint32_t Limit(int32_t aSum) { return uint32_t(aSum < 0 ? 0 : aSum > 0x3FFFC00 ? 0x3FFFC00 : aSum) >> 10; }
+    static uint32_t Limit(int64_t aSum) { return uint32_t(aSum < 0 ? 0 : aSum > 0x3FFFC00 ? 0x3FFFC00 : aSum) >> 10; }
 
     TPixelChannel Apply(TPixelChannel aPixel) const {
         TPixelChannel out;
@@ -78,9 +79,11 @@ struct CColorTransformWithSaturationOp {
             return out;
         }
         const int32_t r = table[aPixel.bR], g = table[aPixel.bG], b = table[aPixel.bB];
-        const int32_t red = r * w3 + g * w1 + b * w2;
-        const int32_t green = g * w4 + r * w0 + b * w2;
-        const int32_t blue = b * w5 + r * w0 + g * w1;
+        // 64-bit sums: settings far outside their ranges must not overflow; within them the
+        // sums fit 32 bits and come out the same.
+        const int64_t red = int64_t(r) * w3 + int64_t(g) * w1 + int64_t(b) * w2;
+        const int64_t green = int64_t(g) * w4 + int64_t(r) * w0 + int64_t(b) * w2;
+        const int64_t blue = int64_t(b) * w5 + int64_t(r) * w0 + int64_t(g) * w1;
         out.bR = LinearToSRGB8(gamma, Limit(red));
         out.bG = LinearToSRGB8(gamma, Limit(green));
         out.bB = LinearToSRGB8(gamma, Limit(blue));

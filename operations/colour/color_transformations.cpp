@@ -1,5 +1,7 @@
 #include "operations/colour/color_transformations.h"
 
+#include <algorithm>
+
 #include "frame/boundary.h"
 #include "frame/config.h"
 #include "frame/text.h"
@@ -10,6 +12,10 @@
 namespace zt {
 
 namespace {
+
+// A percentage of the name, computed wide so that settings far outside their ranges cannot
+// overflow, and held within 32 bits.
+int32_t Shown(int64_t aValue) { return int32_t(std::clamp<int64_t>(aValue, INT32_MIN, INT32_MAX)); }
 const SConfigSchema& Schema() {
     static const SConfigSchema schema = {
         Ranged(u"Brightness", u"[0409]Brightness[0405]Jas",
@@ -111,7 +117,7 @@ HRESULT CDocumentOperationRasterImageColorTransformations::Name(IOperationManage
 
         if ((B < -40 || B > 40) && Near(C) && G > 0.95f && G < 1.05f && Near(S))
             return numbered(B < 1, u"[0409]Decrease brightness[0405]Snížit jas",
-                            u"[0409]Increase brightness[0405]Zvýšit jas", (B * 100 + 127) / 255);
+                            u"[0409]Increase brightness[0405]Zvýšit jas", Shown((int64_t(B) * 100 + 127) / 255));
         if (B <= -10 || B >= 10) return exposure();
         const bool plainGamma = double(G) >= 0.99 && double(G) <= 1.01;
         if (B == 0 && C == 100 && plainGamma && S == 100)
@@ -119,13 +125,13 @@ HRESULT CDocumentOperationRasterImageColorTransformations::Name(IOperationManage
         if (!(B == 0 && C == 100)) {
             if ((C < 90 || C > 110) && G > 0.85f && G < 1.15f && Near(S))
                 return numbered(C < 101, u"[0409]Decrease contrast[0405]Snížit kontrast",
-                                u"[0409]Increase contrast[0405]Zvýšit kontrast", C - 100);
+                                u"[0409]Increase contrast[0405]Zvýšit kontrast", Shown(int64_t(C) - 100));
             if (!Near(C)) return exposure();
         }
         if ((G < 0.7f || G > 1.3f) && Near(S)) return HandOut(MultiLanguage(u"[0409]Adjust gamma[0405]Upravit gamu"), aName);
         if (Near(C) && G > 0.95f && G < 1.05f && (S < 90 || S > 110))
             return numbered(S < 101, u"[0409]Desaturate[0405]Odbarvit",
-                            u"[0409]Increase saturation[0405]Zvýšit sytost", S - 100);
+                            u"[0409]Increase saturation[0405]Zvýšit sytost", Shown(int64_t(S) - 100));
         return exposure();
     });
 }

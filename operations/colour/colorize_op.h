@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "frame/host.h"
+#include "frame/numeric.h"
 #include "pixel/colour.h"
 
 namespace zt {
@@ -25,9 +26,10 @@ inline void BuildColorizeTable(float aHue, float aSaturation, uint32_t* aTable) 
         if (i >= 128) a = s * 255.0f - a;
         const float high = f + a;
         const float low = 2.0f * f - high;
-        const int32_t red = static_cast<int32_t>(HLSChannel(low, high, aHue + 120.0f));
-        const int32_t green = static_cast<int32_t>(HLSChannel(low, high, aHue));
-        const int32_t blue = static_cast<int32_t>(HLSChannel(low, high, aHue - 120.0f));
+        // A hue or saturation far outside its range (or NaN) must not reach a plain cast.
+        const int32_t red = TruncateToInt32(HLSChannel(low, high, aHue + 120.0f));
+        const int32_t green = TruncateToInt32(HLSChannel(low, high, aHue));
+        const int32_t blue = TruncateToInt32(HLSChannel(low, high, aHue - 120.0f));
         aTable[i] = uint32_t(red & 255) << 16 | uint32_t(green & 255) << 8 | uint32_t(blue & 255);
     }
 }

@@ -2,6 +2,7 @@
 
 #include "frame/boundary.h"
 #include "frame/config.h"
+#include "frame/numeric.h"
 #include "operations/colour/colour_strings.h"
 #include "frame/text.h"
 #include "operations/colour/shift_hue_op.h"
@@ -48,7 +49,7 @@ HRESULT CDocumentOperationRasterImageShiftHue::Name(IOperationManager*, IConfig*
     return GuardOut(aName, [&] {
         if (!aConfig) return HandOut(MultiLanguage(kShiftHue), aName);
         const float angle = ReadFloat(aConfig, u"Angle");
-        const int32_t shown = angle < 0.0f ? int32_t(angle + 360.5f) : int32_t(angle + 0.5f);
+        const int32_t shown = TruncateToInt32(angle < 0.0f ? angle + 360.5f : angle + 0.5f);
         return HandOut(Printf(MultiLanguage(u"%s - %i°"), MultiLanguage(kShiftHue), shown), aName);
     });
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "frame/host.h"
+#include "frame/numeric.h"
 
 namespace zt {
 
@@ -20,7 +21,7 @@ inline uint32_t HueChannel(uint32_t aLow, uint32_t aHigh, uint32_t aU) {
 
 // The shift for an angle in degrees: 16 bits of a full turn, truncated.
 inline uint32_t ShiftHueShift(float aAngle) {
-    return static_cast<uint32_t>(static_cast<int32_t>(aAngle / 360.0f * 65535.0f));
+    return static_cast<uint32_t>(TruncateToInt32(aAngle / 360.0f * 65535.0f));
 }
 
 inline TPixelChannel ShiftHuePixel(TPixelChannel aPixel, uint32_t aShift) {

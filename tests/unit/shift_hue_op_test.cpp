@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <limits>
 
 #include "operations/colour/shift_hue_op.h"
 
@@ -57,3 +58,16 @@ TEST(HueChannel, PiecesOfTheTurn) {
     EXPECT_EQ(50u, HueChannel(12800, 51200, 47331));
 }
 
+
+TEST(TruncateToInt32, CastWithinTheRangeHeldBeyondItAndNaNIsZero) {
+    EXPECT_EQ(-3, TruncateToInt32(-3.9f));
+    EXPECT_EQ(2147483520, TruncateToInt32(2147483520.0f));  // the largest float below 2^31
+    EXPECT_EQ(INT32_MAX, TruncateToInt32(1e30f));
+    EXPECT_EQ(INT32_MIN, TruncateToInt32(-1e30f));
+    EXPECT_EQ(0, TruncateToInt32(std::numeric_limits<float>::quiet_NaN()));
+}
+
+TEST(ShiftHuePixel, AnAngleBeyondAnyTurnGivesADefinedShift) {
+    EXPECT_EQ(static_cast<uint32_t>(INT32_MAX), ShiftHueShift(1e30f));
+    EXPECT_EQ(0u, ShiftHueShift(std::numeric_limits<float>::quiet_NaN()));
+}
