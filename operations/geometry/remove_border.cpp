@@ -105,8 +105,9 @@ SBorderFit FitBorder(int32_t aX0, int32_t aY0, uint32_t aCW, uint32_t aCH, float
     if (aSquare) f.width = f.height = std::max(f.width, f.height);
     f.offsetX = ToInt((float(int64_t(f.width) - aCW)) * (aAlignX * 0.5f + 0.5f) + 0.5f);
     f.offsetY = ToInt((float(int64_t(f.height) - aCH)) * (aAlignY * 0.5f + 0.5f) + 0.5f);
-    f.tx = f.offsetX - aX0;
-    f.ty = f.offsetY - aY0;
+    // Wide, and held at the ends of the plane: extreme alignments must not overflow.
+    f.tx = int32_t(std::clamp<int64_t>(int64_t(f.offsetX) - aX0, INT32_MIN, INT32_MAX));
+    f.ty = int32_t(std::clamp<int64_t>(int64_t(f.offsetY) - aY0, INT32_MIN, INT32_MAX));
     return f;
 }
 
