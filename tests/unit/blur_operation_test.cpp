@@ -12,8 +12,11 @@
 #include "host/zthost.h"
 #include "operations/blur/blur.h"
 #include "operations/blur/blur_radial.h"
+#include "tests/unit/operation_test_support.h"
 
 using namespace zt;
+using optest::PixelDocument;
+using optest::State;
 
 namespace {
 
@@ -78,23 +81,6 @@ private:
     void Set(const char16_t* aKey, TConfigValue aValue) { items_[aKey] = aValue; }
     std::map<std::u16string, TConfigValue> items_;
 };
-
-ComPtr<IDocument> Document(TImageSize aCanvas, TImagePoint aOrigin, TImageSize aSize,
-                           const std::vector<TPixelChannel>& aPixels, uint32_t aDefault = 0) {
-    zthost::RasterImageInit init;
-    init.canvas = aCanvas;
-    init.contentOrigin = aOrigin;
-    init.contentSize = aSize;
-    init.pixels = aPixels.empty() ? nullptr : aPixels.data();
-    init.defaultPixel.n = aDefault;
-    return zthost::CreateRasterDocument(init);
-}
-
-zthost::RasterImageState State(IDocument* aDocument) {
-    zthost::RasterImageState s;
-    EXPECT_TRUE(zthost::InspectRasterDocument(aDocument, &s));
-    return s;
-}
 
 HRESULT RunBlur(IDocument* aDocument, IConfig* aConfig) {
     return Blur()->Activate(zthost::OperationManager(), aDocument, aConfig, zthost::CreateOperationContext(), nullptr,
@@ -216,7 +202,7 @@ TEST(BlurOperation, PreviewTextFollowsTheDirection) {
 
 TEST(BlurOperation, CanActivateAndLayerStyle) {
     EXPECT_EQ(S_FALSE, Blur()->CanActivate(nullptr, nullptr, nullptr, nullptr));
-    auto doc = Document({2, 2}, {0, 0}, {2, 2}, Uniform(4, 0));
+    auto doc = PixelDocument({2, 2}, {0, 0}, {2, 2}, Uniform(4, 0));
     EXPECT_EQ(S_OK, Blur()->CanActivate(nullptr, doc, nullptr, nullptr));
     ComPtr<ILayerStyle> style = ComPtr<ILayerStyle>::query(Blur().get());
     ASSERT_TRUE(style);
@@ -293,7 +279,7 @@ TEST(BlurOperation, TransformScalesRadiusAndZoomByTheMeanScale) {
 TEST(BlurOperation, RadiusBelowATenthLeavesTheImageAlone) {
     const auto pixels = Pattern(6 * 5);
     for (const char* method : {"0", "1", "3"}) {
-        auto doc = Document({6, 5}, {0, 0}, {6, 5}, pixels);
+        auto doc = PixelDocument({6, 5}, {0, 0}, {6, 5}, pixels);
         EXPECT_EQ(S_FALSE, RunBlur(doc, Config({{"Radius", "0.09"}, {"Method", method}})));
         auto s = State(doc);
         EXPECT_EQ(0u, s.bufferReplaceCount);
@@ -311,7 +297,7 @@ TEST(BlurOperation, RadiusOfATenthGrowsTheContentByOneOnTheBlurredSides) {
     } cases[] = {{"0", -1, -1, 8, 7}, {"1", 0, -1, 6, 7}, {"2", -1, 0, 8, 5}};
     for (const auto& c : cases) {
         for (const char* method : {"0", "1", "3"}) {
-            auto doc = Document({6, 5}, {0, 0}, {6, 5}, pixels);
+            auto doc = PixelDocument({6, 5}, {0, 0}, {6, 5}, pixels);
             EXPECT_EQ(S_OK, RunBlur(doc, Config({{"Radius", "0.1"}, {"Method", method}, {"Direction", c.direction}})));
             auto s = State(doc);
             EXPECT_EQ(c.x, s.contentOrigin.nX) << c.direction << method;
@@ -324,7 +310,7 @@ TEST(BlurOperation, RadiusOfATenthGrowsTheContentByOneOnTheBlurredSides) {
 
 TEST(BlurOperation, ConstantWholeRadiusIsTheBoxAndHalfRadiusTheFractionBox) {
     // One opaque white pixel on a transparent default, blurred horizontally.
-    auto whole = Document({1, 1}, {0, 0}, {1, 1}, Uniform(1, 0xFFFFFFFF));
+    auto whole = PixelDocument({1, 1}, {0, 0}, {1, 1}, Uniform(1, 0xFFFFFFFF));
     ASSERT_EQ(S_OK, RunBlur(whole, Config({{"Direction", "2"}, {"Method", "0"}, {"Radius", "2"}})));
     auto s = State(whole);
     ASSERT_EQ(5u, s.contentSize.nX);
@@ -332,7 +318,7 @@ TEST(BlurOperation, ConstantWholeRadiusIsTheBoxAndHalfRadiusTheFractionBox) {
     // Each window of 5 holds the pixel once: alpha 255 / 5 = 51, colour white.
     for (const auto& p : s.content) EXPECT_EQ(0x33FFFFFFu, p.n);
 
-    auto half = Document({1, 1}, {0, 0}, {1, 1}, Uniform(1, 0xFFFFFFFF));
+    auto half = PixelDocument({1, 1}, {0, 0}, {1, 1}, Uniform(1, 0xFFFFFFFF));
     ASSERT_EQ(S_OK, RunBlur(half, Config({{"Direction", "2"}, {"Method", "0"}, {"Radius", "2.5"}})));
     s = State(half);
     ASSERT_EQ(7u, s.contentSize.nX);
@@ -345,8 +331,8 @@ TEST(BlurOperation, ConstantWholeRadiusIsTheBoxAndHalfRadiusTheFractionBox) {
 
 TEST(BlurOperation, LinearOfRadiusOneEqualsConstantOfHalf) {
     const auto pixels = Pattern(20 * 17, 5);
-    auto a = Document({20, 17}, {0, 0}, {20, 17}, pixels, 0x80204060);
-    auto b = Document({20, 17}, {0, 0}, {20, 17}, pixels, 0x80204060);
+    auto a = PixelDocument({20, 17}, {0, 0}, {20, 17}, pixels, 0x80204060);
+    auto b = PixelDocument({20, 17}, {0, 0}, {20, 17}, pixels, 0x80204060);
     ASSERT_EQ(S_OK, RunBlur(a, Config({{"Method", "1"}, {"Radius", "1"}})));
     ASSERT_EQ(S_OK, RunBlur(b, Config({{"Method", "0"}, {"Radius", "0.5"}})));
     auto sa = State(a), sb = State(b);
@@ -357,7 +343,7 @@ TEST(BlurOperation, LinearOfRadiusOneEqualsConstantOfHalf) {
 
 TEST(BlurOperation, WithoutEdgeReplicationTheBorderFadesToTheDefault) {
     const uint32_t colour = 0xFF4080C0;
-    auto doc = Document({8, 8}, {0, 0}, {8, 8}, Uniform(64, colour));
+    auto doc = PixelDocument({8, 8}, {0, 0}, {8, 8}, Uniform(64, colour));
     ASSERT_EQ(S_OK, RunBlur(doc, Config({{"Method", "0"}, {"Radius", "2"}})));
     auto s = State(doc);
     ASSERT_EQ(12u, s.contentSize.nX);
@@ -373,7 +359,7 @@ TEST(BlurOperation, WithoutEdgeReplicationTheBorderFadesToTheDefault) {
 TEST(BlurOperation, WithEdgeReplicationTheEdgesKeepTheirColour) {
     const uint32_t colour = 0xFF4080C0;
     for (const char* method : {"0", "1", "3"}) {
-        auto doc = Document({8, 8}, {0, 0}, {8, 8}, Uniform(64, colour));
+        auto doc = PixelDocument({8, 8}, {0, 0}, {8, 8}, Uniform(64, colour));
         ASSERT_EQ(S_OK, RunBlur(doc, Config({{"Method", method}, {"Radius", "2"}, {"EdgeReplication", "true"}})));
         auto s = State(doc);
         ASSERT_EQ(12u, s.contentSize.nX);
@@ -390,7 +376,7 @@ TEST(BlurOperation, WithEdgeReplicationTheEdgesKeepTheirColour) {
 TEST(BlurOperation, EdgeReplicationOnlyOnSidesThatReachTheCanvasEdge) {
     // Content 4..8 of a canvas 12 wide: the left side is the default colour, the right
     // side (8 >= 12? no) too; on y the content covers the canvas and replicates.
-    auto doc = Document({12, 4}, {4, 0}, {4, 4}, Uniform(16, 0xFFFFFFFF));
+    auto doc = PixelDocument({12, 4}, {4, 0}, {4, 4}, Uniform(16, 0xFFFFFFFF));
     ASSERT_EQ(S_OK, RunBlur(doc, Config({{"Method", "0"}, {"Radius", "1"}, {"EdgeReplication", "true"}})));
     auto s = State(doc);
     EXPECT_EQ(3, s.contentOrigin.nX);
@@ -404,18 +390,18 @@ TEST(BlurOperation, EdgeReplicationOnlyOnSidesThatReachTheCanvasEdge) {
 
 TEST(BlurOperation, ContentOverhangingTheLeftEdgeStaysInsideItsBuffer) {
     // Content from -3 to 7 on a canvas 20 wide, replicated: the area starts at 0.
-    auto doc = Document({20, 3}, {-3, 0}, {10, 3}, Pattern(30, 9));
+    auto doc = PixelDocument({20, 3}, {-3, 0}, {10, 3}, Pattern(30, 9));
     ASSERT_EQ(S_OK, RunBlur(doc, Config({{"Method", "1"}, {"Radius", "2"}, {"EdgeReplication", "true"}})));
     auto s = State(doc);
     EXPECT_EQ(-2, s.contentOrigin.nX);
     EXPECT_EQ(7u + 4u, s.contentSize.nX);
     // Content wholly left of the canvas: nothing to blur.
-    auto gone = Document({20, 3}, {-30, 0}, {10, 3}, Pattern(30, 9));
+    auto gone = PixelDocument({20, 3}, {-30, 0}, {10, 3}, Pattern(30, 9));
     EXPECT_EQ(S_FALSE, RunBlur(gone, Config({{"EdgeReplication", "true"}})));
 }
 
 TEST(BlurOperation, StoredMethodTwoHandsOverTheTargetUnwritten) {
-    auto doc = Document({6, 5}, {0, 0}, {6, 5}, Pattern(30));
+    auto doc = PixelDocument({6, 5}, {0, 0}, {6, 5}, Pattern(30));
     CStoredConfig config(0, 2, 3.0f);
     ASSERT_EQ(S_OK, RunBlur(doc, &config));
     auto s = State(doc);
@@ -426,16 +412,16 @@ TEST(BlurOperation, StoredMethodTwoHandsOverTheTargetUnwritten) {
 }
 
 TEST(BlurOperation, UnknownDirectionFailsAndEmptyAreaIsNothingToDo) {
-    auto doc = Document({6, 5}, {0, 0}, {6, 5}, Pattern(30));
+    auto doc = PixelDocument({6, 5}, {0, 0}, {6, 5}, Pattern(30));
     CStoredConfig config(7, 0, 3.0f);
     EXPECT_EQ(E_FAIL, RunBlur(doc, &config));
     EXPECT_EQ(0u, State(doc).bufferReplaceCount);
-    auto empty = Document({6, 5}, {0, 0}, {0, 0}, {});
+    auto empty = PixelDocument({6, 5}, {0, 0}, {0, 0}, std::vector<TPixelChannel>());
     EXPECT_EQ(S_FALSE, RunBlur(empty, Config({})));
 }
 
 TEST(BlurOperation, WrongTypeOrNoMemoryLeavesTheImage) {
-    auto doc = Document({6, 5}, {0, 0}, {6, 5}, Pattern(30));
+    auto doc = PixelDocument({6, 5}, {0, 0}, {6, 5}, Pattern(30));
     class CWrong final : public CStackUnknown<IConfig> {
     public:
         HRESULT ItemValueGet(const char16_t*, TConfigValue* aValue) override {
@@ -479,7 +465,7 @@ TEST(BlurRadial, StepConstantsAreTheBlursOwn) {
 
 TEST(BlurRadial, AngleZeroKeepsEveryPixel) {
     const auto pixels = Pattern(9 * 7, 11);
-    auto doc = Document({9, 7}, {0, 0}, {9, 7}, pixels);
+    auto doc = PixelDocument({9, 7}, {0, 0}, {9, 7}, pixels);
     ASSERT_EQ(S_OK, RunBlur(doc, Config({{"Direction", "3"}, {"Angle", "0"}})));
     auto s = State(doc);
     for (size_t i = 0; i < pixels.size(); ++i) {
@@ -491,7 +477,7 @@ TEST(BlurRadial, AngleZeroKeepsEveryPixel) {
 
 TEST(BlurRadial, CornerLosesSamplesButNotAlpha) {
     // Uniform alpha 200: whatever count of samples falls inside, alpha is 200 * count / count.
-    auto doc = Document({16, 16}, {0, 0}, {16, 16}, Uniform(256, 0xC8102030));
+    auto doc = PixelDocument({16, 16}, {0, 0}, {16, 16}, Uniform(256, 0xC8102030));
     ASSERT_EQ(S_OK, RunBlur(doc, Config({{"Direction", "3"}, {"Angle", "20"}})));
     auto s = State(doc);
     EXPECT_EQ(0xC8102030u, s.content[0].n);
@@ -529,7 +515,7 @@ TEST(BlurRadial, ExtremeAngleWrapsWithoutOverflow) {
 
 TEST(BlurZoom, ZeroZoomGivesEachPixel65TimesItself) {
     const auto pixels = Pattern(9 * 7, 13);
-    auto doc = Document({9, 7}, {0, 0}, {9, 7}, pixels);
+    auto doc = PixelDocument({9, 7}, {0, 0}, {9, 7}, pixels);
     ASSERT_EQ(S_OK, RunBlur(doc, Config({{"Direction", "4"}, {"Zoom", "0"}})));
     auto s = State(doc);
     for (size_t i = 0; i < pixels.size(); ++i) {
@@ -571,7 +557,7 @@ TEST(BlurZoom, OnePixelHighImageKeepsItsSamplesInside) {
 }
 
 TEST(BlurZoom, ZoomRunsOnTheWholeCanvasWithTheDefaultPixel) {
-    auto doc = Document({10, 6}, {2, 2}, {3, 2}, Uniform(6, 0xFFFF0000), 0xFF0000FF);
+    auto doc = PixelDocument({10, 6}, {2, 2}, {3, 2}, Uniform(6, 0xFFFF0000), 0xFF0000FF);
     ASSERT_EQ(S_OK, RunBlur(doc, Config({{"Direction", "4"}, {"Zoom", "0"}})));
     auto s = State(doc);
     EXPECT_EQ(0, s.contentOrigin.nX);
@@ -591,7 +577,7 @@ TEST(BlurThreads, SameOutputOnOneAndManyThreads) {
                 std::vector<TPixelChannel> first;
                 for (uint32_t threads : {1u, 2u, 3u, 8u}) {
                     ThreadCount count(threads);
-                    auto doc = Document({150, 130}, {0, 0}, {150, 130}, pixels, 0x40808080);
+                    auto doc = PixelDocument({150, 130}, {0, 0}, {150, 130}, pixels, 0x40808080);
                     ASSERT_EQ(S_OK, RunBlur(doc, Config({{"Direction", direction}, {"Method", method}, {"Radius", radius}})));
                     auto s = State(doc);
                     if (first.empty()) first = s.content;
@@ -613,7 +599,7 @@ TEST(BlurThreads, NarrowImagesOnAPoolWithMoreThreadsThanLines) {
         for (const char* direction : {"0", "1", "2"}) {
             for (const char* method : {"0", "1", "3"}) {
                 for (const char* replicate : {"false", "true"}) {
-                    auto doc = Document({size.w, size.h}, {0, 0}, {size.w, size.h},
+                    auto doc = PixelDocument({size.w, size.h}, {0, 0}, {size.w, size.h},
                                         Uniform(size_t(size.w) * size.h, 0xFF336699));
                     ASSERT_EQ(S_OK, RunBlur(doc, Config({{"Direction", direction}, {"Method", method}, {"Radius", "1"},
                                                      {"EdgeReplication", replicate}})));
@@ -640,8 +626,8 @@ TEST(BlurOperation, VerticalBlurIsTheHorizontalBlurOfTheTransposedImage) {
         for (uint32_t x = 0; x < w; ++x) transposed[size_t(x) * h + y] = pixels[size_t(y) * w + x];
     for (const char* method : {"0", "1", "3"}) {
         for (const char* radius : {"2", "3.5"}) {
-            auto v = Document({w, h}, {0, 0}, {w, h}, pixels, 0x80402010);
-            auto t = Document({h, w}, {0, 0}, {h, w}, transposed, 0x80402010);
+            auto v = PixelDocument({w, h}, {0, 0}, {w, h}, pixels, 0x80402010);
+            auto t = PixelDocument({h, w}, {0, 0}, {h, w}, transposed, 0x80402010);
             ASSERT_EQ(S_OK, RunBlur(v, Config({{"Direction", "1"}, {"Method", method}, {"Radius", radius}})));
             ASSERT_EQ(S_OK, RunBlur(t, Config({{"Direction", "2"}, {"Method", method}, {"Radius", radius}})));
             auto sv = State(v), st = State(t);

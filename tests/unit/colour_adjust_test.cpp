@@ -4,10 +4,10 @@
 
 #include "operations/colour/color_adjust_op.h"
 #include "operations/colour/color_transformations.h"
-#include "tests/unit/colour_test_support.h"
+#include "tests/unit/operation_test_support.h"
 
 using namespace zt;
-using namespace colourtest;
+using namespace optest;
 
 namespace {
 

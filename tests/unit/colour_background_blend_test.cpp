@@ -4,10 +4,10 @@
 
 #include "operations/colour/background_blend.h"
 #include "operations/colour/background_blend_op.h"
-#include "tests/unit/colour_test_support.h"
+#include "tests/unit/operation_test_support.h"
 
 using namespace zt;
-using namespace colourtest;
+using namespace optest;
 
 namespace {
 

@@ -5,10 +5,10 @@
 #include "operations/colour/fade.h"
 #include "operations/colour/fade_document.h"
 #include "operations/colour/fade_op.h"
-#include "tests/unit/colour_test_support.h"
+#include "tests/unit/operation_test_support.h"
 
 using namespace zt;
-using namespace colourtest;
+using namespace optest;
 
 namespace {
 

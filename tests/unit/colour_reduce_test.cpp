@@ -8,10 +8,10 @@
 #include "frame/object.h"
 #include "host/registry.h"
 #include "operations/colour/reduce_colors.h"
-#include "tests/unit/colour_test_support.h"
+#include "tests/unit/operation_test_support.h"
 
 using namespace zt;
-using namespace colourtest;
+using namespace optest;
 
 namespace {
 

@@ -8,10 +8,10 @@
 #include "host/masks.h"
 #include "operations/fill/auto_mask.h"
 #include "operations/fill/modify_mask.h"
-#include "tests/unit/colour_test_support.h"
+#include "tests/unit/operation_test_support.h"
 
 using namespace zt;
-using namespace colourtest;
+using namespace optest;
 
 namespace {
 

@@ -14,11 +14,11 @@
 #include "operations/shape/drop_shadow_kernel.h"
 #include "operations/shape/outline_kernel.h"
 #include "operations/shape/outlines.h"
-#include "tests/unit/colour_test_support.h"
+#include "tests/unit/operation_test_support.h"
 #include "tests/unit/shape_test_support.h"
 
 using namespace zt;
-using namespace colourtest;
+using namespace optest;
 
 namespace {
 

@@ -10,8 +10,11 @@
 #include "host/zthost.h"
 #include "operations/colour/shift_hue.h"
 #include "operations/colour/shift_hue_op.h"
+#include "tests/unit/operation_test_support.h"
 
 using namespace zt;
+using optest::PixelDocument;
+using optest::State;
 
 namespace {
 
@@ -41,23 +44,6 @@ std::string NameOf(IConfig* aConfig, uint32_t aLanguage = LANG_ENGLISH) {
     ComPtr<ILocalizedString> name;
     EXPECT_EQ(S_OK, d->Name(zthost::OperationManager(), aConfig, &name));
     return zthost::TextOf(name, aLanguage);
-}
-
-ComPtr<IDocument> Document(TImageSize aCanvas, TImagePoint aOrigin, TImageSize aSize,
-                           const std::vector<TPixelChannel>& aPixels, uint32_t aDefault) {
-    zthost::RasterImageInit init;
-    init.canvas = aCanvas;
-    init.contentOrigin = aOrigin;
-    init.contentSize = aSize;
-    init.pixels = aPixels.empty() ? nullptr : aPixels.data();
-    init.defaultPixel.n = aDefault;
-    return zthost::CreateRasterDocument(init);
-}
-
-zthost::RasterImageState State(IDocument* aDocument) {
-    zthost::RasterImageState s;
-    EXPECT_TRUE(zthost::InspectRasterDocument(aDocument, &s));
-    return s;
 }
 
 HRESULT RunShiftHue(IDocument* aDocument, IConfig* aConfig) {
@@ -142,7 +128,7 @@ TEST(ShiftHueOperation, CanActivateWithNullDocumentIsFalse) {
 }
 
 TEST(ShiftHueOperation, CanActivateOnRasterImage) {
-    auto doc = Document({2, 2}, {0, 0}, {2, 2}, std::vector<TPixelChannel>(4), 0);
+    auto doc = PixelDocument({2, 2}, {0, 0}, {2, 2}, std::vector<TPixelChannel>(4), 0);
     EXPECT_EQ(S_OK, ShiftHue()->CanActivate(nullptr, doc, nullptr, nullptr));
 }
 
@@ -165,7 +151,7 @@ TEST(ShiftHueOperation, RedTurnedBy120DegreesAndGreysKept) {
     pixels[1].n = 0x80646464u;  // grey
     pixels[2].n = 0x00FF0000u;  // transparent red
     pixels[3].n = 0xFFC86432u;
-    auto doc = Document({2, 2}, {0, 0}, {2, 2}, pixels, 0);
+    auto doc = PixelDocument({2, 2}, {0, 0}, {2, 2}, pixels, 0);
     ASSERT_EQ(S_OK, RunShiftHue(doc, ConfigWithAngle(120.0f)));
     auto s = State(doc);
     ASSERT_EQ(4u, s.content.size());
@@ -182,7 +168,7 @@ TEST(ShiftHueOperation, DefaultPixelOutsideASmallerContentIsTransformedToo) {
     std::vector<TPixelChannel> pixels(2);
     pixels[0].n = 0xFFFF0000u;
     pixels[1].n = 0xFF00FF00u;
-    auto doc = Document({10, 10}, {3, 4}, {2, 1}, pixels, 0x40FF0000u);
+    auto doc = PixelDocument({10, 10}, {3, 4}, {2, 1}, pixels, 0x40FF0000u);
     ASSERT_EQ(S_OK, RunShiftHue(doc, ConfigWithAngle(120.0f)));
     auto s = State(doc);
     EXPECT_EQ(0x4000FF00u, s.defaultPixel.n);
@@ -211,7 +197,7 @@ TEST(ShiftHueOperation, WrongValueTypeIsUnexpectedAndLeavesTheImage) {
     ComPtr<IConfig> config = ComPtr<IConfig>::query(builder.get());
     std::vector<TPixelChannel> pixels(4);
     pixels[0].n = 0xFFFF0000u;
-    auto doc = Document({2, 2}, {0, 0}, {2, 2}, pixels, 0x12345678u);
+    auto doc = PixelDocument({2, 2}, {0, 0}, {2, 2}, pixels, 0x12345678u);
     EXPECT_EQ(E_UNEXPECTED, RunShiftHue(doc, config));
     auto s = State(doc);
     EXPECT_EQ(0u, s.bufferReplaceCount);
@@ -223,7 +209,7 @@ TEST(ShiftHueOperation, MissingKeyIsUnexpected) {
     ComPtr<IConfigBuilder> builder = zthost::Create<IConfigBuilder>(CLSID_ConfigBuilder);
     builder->Finalize(nullptr);
     ComPtr<IConfig> config = ComPtr<IConfig>::query(builder.get());
-    auto doc = Document({2, 2}, {0, 0}, {2, 2}, std::vector<TPixelChannel>(4), 0);
+    auto doc = PixelDocument({2, 2}, {0, 0}, {2, 2}, std::vector<TPixelChannel>(4), 0);
     EXPECT_EQ(E_UNEXPECTED, RunShiftHue(doc, config));
     EXPECT_EQ(0u, State(doc).bufferReplaceCount);
 }
@@ -239,7 +225,7 @@ namespace {
 // Runs Shift hue on a copy of the pattern with a pool of aThreads workers.
 std::vector<TPixelChannel> RunWithThreads(uint32_t aThreads, TImageSize aSize) {
     zthost::SetThreadCount(aThreads);
-    auto doc = Document(aSize, {0, 0}, aSize, Pattern(size_t(aSize.nX) * aSize.nY), 0x80102030u);
+    auto doc = PixelDocument(aSize, {0, 0}, aSize, Pattern(size_t(aSize.nX) * aSize.nY), 0x80102030u);
     EXPECT_EQ(S_OK, RunShiftHue(doc, ConfigWithAngle(77.0f)));
     auto s = State(doc);
     EXPECT_TRUE(s.lastAlphaTotalGiven);

@@ -1,4 +1,4 @@
-// Helpers of the colour operation tests: documents, configurations, runs and names.
+// Helpers of the operation tests: documents, configurations, runs and names.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 #include "frame/config.h"
 #include "host/zthost.h"
 
-namespace colourtest {
+namespace optest {
 
 template <class T>
 ComPtr<IDocumentOperation> Operation() {
@@ -32,17 +32,22 @@ inline void Set(IConfig* aConfig, const std::string& aKey, const std::string& aV
     EXPECT_EQ(S_OK, zthost::ConfigSetFromString(aConfig, aKey, aValue, &error)) << error;
 }
 
-inline ComPtr<IDocument> Document(TImageSize aCanvas, TImagePoint aOrigin, TImageSize aSize,
-                                  const std::vector<uint32_t>& aPixels, uint32_t aDefault = 0) {
-    std::vector<TPixelChannel> pixels(aPixels.size());
-    for (size_t i = 0; i < aPixels.size(); ++i) pixels[i].n = aPixels[i];
+inline ComPtr<IDocument> PixelDocument(TImageSize aCanvas, TImagePoint aOrigin, TImageSize aSize,
+                                       const std::vector<TPixelChannel>& aPixels, uint32_t aDefault = 0) {
     zthost::RasterImageInit init;
     init.canvas = aCanvas;
     init.contentOrigin = aOrigin;
     init.contentSize = aSize;
-    init.pixels = pixels.empty() ? nullptr : pixels.data();
+    init.pixels = aPixels.empty() ? nullptr : aPixels.data();
     init.defaultPixel.n = aDefault;
     return zthost::CreateRasterDocument(init);
+}
+
+inline ComPtr<IDocument> Document(TImageSize aCanvas, TImagePoint aOrigin, TImageSize aSize,
+                                  const std::vector<uint32_t>& aPixels, uint32_t aDefault = 0) {
+    std::vector<TPixelChannel> pixels(aPixels.size());
+    for (size_t i = 0; i < aPixels.size(); ++i) pixels[i].n = aPixels[i];
+    return PixelDocument(aCanvas, aOrigin, aSize, pixels, aDefault);
 }
 
 // A document whose content fills its canvas.
@@ -100,4 +105,4 @@ inline std::vector<uint32_t> Pattern(size_t aCount, uint32_t aSeed = 12345) {
     return p;
 }
 
-}  // namespace colourtest
+}  // namespace optest
