@@ -10,6 +10,7 @@
 #include "frame/text.h"
 #include "operations/blur/blur_kernels.h"
 #include "operations/blur/blur_radial.h"
+#include "operations/blur/blur_stream.h"
 #include "operations/blur/blur_strings.h"
 #include "pixel/pixel_task.h"
 
@@ -169,6 +170,14 @@ HRESULT RunPlanar(const SPlanarRun& aRun, const Maker& aMake) {
             {aRun.table, aRun.source, aRun.sourceStride}, {aRun.table, aRun.target, E},
             aMake(H, aRun.top, aRun.bottom), W);
         return RunBlurTask(task, W, aRun.usePool);
+    }
+    if constexpr (!kIsRecursive<Kernel>) {
+        if (StreamedBlurAvailable()) {
+            ComPtr<IThreadPool> pool = aRun.usePool ? HostCreate<IThreadPool>(CLSID_ThreadPool) : nullptr;
+            CStreamedBlur<Kernel> blur(aRun.table, aRun.source, aRun.sourceStride, aRun.target,
+                                       aMake(W, aRun.left, aRun.right), aMake(H, aRun.top, aRun.bottom));
+            return blur.Run(pool);
+        }
     }
     // Two axes: rows into the rows of the intermediate (E wide pixels each), then its
     // columns, a group of neighbours at a time, into the columns of the target. Every pass

@@ -317,7 +317,7 @@ void BlurLineGroup(const Kernel& aKernel, const Src& aSrc, const typename Src::S
     const ptrdiff_t sstep = aSrc.PixelStep(), dstep = aDst.PixelStep();
     const float inv = aKernel.Inverse();
 
-    typename Kernel::State state[kLineGroup];
+    typename Kernel::template State<v4f> state[kLineGroup];
     v4f back[kLineGroup];
     v4f* ring[kLineGroup];
     const typename Src::Stored* in[kLineGroup];
@@ -372,13 +372,18 @@ struct CBoxBlurFloat : CFloatKernelBase<CBoxBlurFloat> {
         : length(aLength), radius(aRadius), front(aFront), back(aBack) {}
     float Inverse() const { return 1.0f / float(2 * radius + 1); }
 
+    template <class V = v4f>
     struct State {
-        v4f s;
+        V s;
     };
-    State Init(v4f aFront) const { return {Splat(float(2 * radius)) * aFront}; }
-    v4f Step(State& a, v4f aEnter, v4f, v4f aLeave) const {
+    template <class V>
+    State<V> Init(V aFront) const {
+        return {float(2 * radius) * aFront};
+    }
+    template <class V>
+    V Step(State<V>& a, V aEnter, V, V aLeave) const {
         a.s += aEnter;
-        const v4f out = a.s;
+        const V out = a.s;
         a.s -= aLeave;
         return out;
     }
@@ -400,14 +405,17 @@ struct CFractionBoxBlurFloat : CFloatKernelBase<CFractionBoxBlurFloat> {
         : length(aLength), inverse(aInverse), total(aTotal), edge(aEdge), radius(aRadius), front(aFront), back(aBack) {}
     float Inverse() const { return inverse; }
 
+    template <class V = v4f>
     struct State {
-        v4f s, h, t;  // sum, what is still to enter, what is still to leave
+        V s, h, t;  // sum, what is still to enter, what is still to leave
     };
-    State Init(v4f aFront) const {
-        return {aFront * Splat(total), aFront * Splat(1.0f - edge), aFront * Splat(edge)};
+    template <class V>
+    State<V> Init(V aFront) const {
+        return {aFront * total, aFront * (1.0f - edge), aFront * edge};
     }
-    v4f Step(State& a, v4f e, v4f, v4f o) const {
-        const v4f f = Splat(edge), g = Splat(1.0f - edge);
+    template <class V>
+    V Step(State<V>& a, V e, V, V o) const {
+        const float f = edge, g = 1.0f - edge;
         a.s = a.s - a.t - o * g + a.h + e * f;
         a.h = e - e * f;
         a.t = o - o * g;
@@ -429,18 +437,21 @@ struct CLinearBlurFloat : CFloatKernelBase<CLinearBlurFloat> {
         return 1.0f / float(d * d);
     }
 
+    template <class V = v4f>
     struct State {
-        v4f p, q, t;
+        V p, q, t;
     };
-    State Init(v4f aFront) const {
+    template <class V>
+    State<V> Init(V aFront) const {
         const uint32_t d = radius + 1;
-        return {Splat(float(radius)) * aFront, Splat(float(d * d - d)) * aFront, Splat(float(radius)) * aFront};
+        return {float(radius) * aFront, float(d * d - d) * aFront, float(radius) * aFront};
     }
-    v4f Step(State& a, v4f e, v4f m, v4f o) const {
+    template <class V>
+    V Step(State<V>& a, V e, V m, V o) const {
         a.p += e;
         a.q += a.p;
         a.p -= m;
-        const v4f out = a.q;
+        const V out = a.q;
         a.t += m;
         a.q -= a.t;
         a.t -= o;

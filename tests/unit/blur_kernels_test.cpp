@@ -8,6 +8,7 @@
 
 #include "host/zthost.h"
 #include "operations/blur/blur_kernels.h"
+#include "operations/blur/blur_stream.h"
 
 using namespace zt;
 
@@ -667,4 +668,70 @@ TEST(BlurKernels, IntermediateStoredByRowsGivesTheSamePixelsAsByColumns) {
         2, [&](uint32_t n) { return CFractionBoxBlurFloat(n, 1.0f / 4.0f, 4.0f, 0.5f, 2, zero, zero); });
     const double zeroD[4] = {0, 0, 0, 0};
     ExpectSameLayouts<CRecursiveBlurRGBA>(5, [&](uint32_t n) { return CRecursiveBlurRGBA(n, 5.0, zeroD, nullptr); });
+}
+
+// ---------------------------------------------------------------- streamed two-axis blur
+
+namespace {
+
+// The two passes as written: rows into the columns of a wide intermediate, its rows (the
+// image's columns) into the columns of the target.
+template <class Kernel>
+std::vector<TPixelChannel> TwoPasses(const std::vector<TPixelChannel>& aImage, uint32_t aStride, const Kernel& aRows,
+                                     const Kernel& aColumns) {
+    const TSRGBFloatRecord* t = Table();
+    const uint32_t W = aRows.length, H = aColumns.length, E = W + 2 * aRows.radius;
+    std::vector<TWidePixel> wide(size_t(E) * H);
+    std::vector<TPixelChannel> out(size_t(E) * (H + 2 * aColumns.radius));
+    CBlurTask<CFloatSRGBPreMulSrc, CWideTransposingDst, Kernel>({t, aImage.data(), aStride}, {wide.data(), H}, aRows, H)
+        .Execute(0, 1);
+    CBlurTask<CFloatWideSrc, CFloatSRGBDeMulTransposingDst, Kernel>({wide.data(), H}, {t, out.data(), E}, aColumns, E)
+        .Execute(0, 1);
+    return out;
+}
+
+template <class Kernel>
+void ExpectStreamedAsTwoPasses(uint32_t aW, uint32_t aH, const Kernel& aRows, const Kernel& aColumns,
+                               IThreadPool* aPool) {
+    const uint32_t stride = aW + 3;  // the blurred area inside a wider buffer
+    const auto image = RandomPixels(size_t(stride) * aH, aW * 131 + aH);
+    const auto expected = TwoPasses(image, stride, aRows, aColumns);
+    std::vector<TPixelChannel> out(expected.size());
+    CStreamedBlur<Kernel> blur(Table(), image.data(), stride, out.data(), aRows, aColumns);
+    ASSERT_EQ(S_OK, blur.Run(aPool));
+    for (size_t i = 0; i < out.size(); ++i)
+        ASSERT_EQ(expected[i].n, out[i].n) << aW << "x" << aH << " radius " << aRows.radius << "/" << aColumns.radius
+                                           << " pixel " << i % (aW + 2 * aRows.radius) << ","
+                                           << i / (aW + 2 * aRows.radius);
+}
+
+}  // namespace
+
+TEST(BlurStreamed, GivesTheTwoPassesPixelsBitForBit) {
+    if (!StreamedBlurAvailable()) GTEST_SKIP() << "no AVX2 on this processor";
+    const TSRGBFloatRecord* t = Table();
+    TPixelChannel def;
+    def.n = 0x80336699;
+    const float a = float(def.bA) * 0.003921569f;
+    const float side[4] = {a * t->toLinear[def.bB], a * t->toLinear[def.bG], a * t->toLinear[def.bR], a};
+    zthost::SetThreadCount(3);
+    ComPtr<IThreadPool> pool = zthost::Create<IThreadPool>(CLSID_ThreadPool);
+    // Small and odd sizes, reaches longer than the lines, and heights that wrap the ring.
+    const uint32_t sizes[][3] = {{45, 38, 3}, {1, 1, 2}, {1, 20, 1}, {20, 1, 4}, {7, 3, 5},
+                                 {300, 70, 3}, {33, 200, 1}, {19, 150, 40}, {64, 64, 10}};
+    for (IThreadPool* p : {static_cast<IThreadPool*>(nullptr), pool.get()}) {
+        for (const auto& s : sizes) {
+            const uint32_t w = s[0], h = s[1], r = s[2];
+            ExpectStreamedAsTwoPasses(w, h, CBoxBlurFloat(w, r, side, nullptr), CBoxBlurFloat(h, r, nullptr, side), p);
+            ExpectStreamedAsTwoPasses(w, h, CBoxBlurFloat(w, r, nullptr, nullptr),
+                                      CBoxBlurFloat(h, r + 1, nullptr, nullptr), p);
+            ExpectStreamedAsTwoPasses(w, h, CLinearBlurFloat(w, r, nullptr, side),
+                                      CLinearBlurFloat(h, r, side, nullptr), p);
+            ExpectStreamedAsTwoPasses(w, h, CLinearBlurFloat(w, r, side, side), CLinearBlurFloat(h, r, side, side), p);
+            const float f = float(r) - 0.4f, total = 2.0f * f + 1.0f, edge = f + 1.0f - float(r);
+            ExpectStreamedAsTwoPasses(w, h, CFractionBoxBlurFloat(w, 1.0f / total, total, edge, r, nullptr, side),
+                                      CFractionBoxBlurFloat(h, 1.0f / total, total, edge, r, side, nullptr), p);
+        }
+    }
+    zthost::SetThreadCount(0);
 }

@@ -1,0 +1,335 @@
+// The two-axis blur of the float kernels, streamed. The image is taken in bands of rows:
+// the rows of a band are blurred into a ring of wide rows, then every column advances its
+// running sums through the band. The ring holds only the rows the column window still
+// reaches, so the intermediate stays in the cache, and the column pass runs along memory
+// with two pixels to a vector and the sums of eight columns held in registers.
+//
+// Every row and every column is still one line of the engine: its sums see the same values
+// in the same order as in the two passes through CBlurTask, so every result bit is theirs.
+// Conversions work on eight pixels at a time with the channels in separate vectors, which
+// makes one table gather serve eight values and one division serve eight pixels.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include <immintrin.h>
+
+#include "operations/blur/blur_kernels.h"
+
+namespace zt {
+
+using v8f = float __attribute__((vector_size(32)));
+using v8i = int32_t __attribute__((vector_size(32)));
+using v8u = uint32_t __attribute__((vector_size(32)));
+
+// Whether this processor runs the streamed blur. It is built for AVX2 only; elsewhere the two
+// passes through CBlurTask give the same pixels.
+inline bool StreamedBlurAvailable() { return __builtin_cpu_supports("avx2"); }
+
+#pragma GCC push_options
+#pragma GCC target("avx2")
+
+inline v8f Splat8(float a) { return v8f{a, a, a, a, a, a, a, a}; }
+inline v8f PairOf(v4f a) { return v8f{a[0], a[1], a[2], a[3], a[0], a[1], a[2], a[3]}; }
+
+// Two neighbouring wide pixels as CFloatWideSrc reads them.
+inline v8f FloatPairFromWide(const TWidePixel* aPair) {
+    const __m256i w = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(aPair)));
+    return v8f(_mm256_cvtepi32_ps(w)) * kFromWideUnsigned;
+}
+
+// WideFromSum with the conversions of one vector each.
+inline void StoreWideFromSum(TWidePixel* aTo, v4f aSum, double aScale) {
+    const __m256d scaled = _mm256_mul_pd(_mm256_cvtps_pd(__m128(aSum)), _mm256_set1_pd(aScale));
+    const __m128i q = _mm_and_si128(_mm256_cvttpd_epi32(scaled), _mm_set1_epi32(0xFFFF));  // low 16 bits
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(aTo), _mm_packus_epi32(q, q));
+}
+
+// Eight stored pixels in premultiplied linear light (PreMulLinearF), one v4f each.
+inline void PreMulLinear8(const TSRGBFloatRecord* aTable, const TPixelChannel* aPixels, v4f* aOut) {
+    const v8u px = v8u(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(aPixels)));
+    const v8f a = v8f(_mm256_cvtepi32_ps(__m256i(px >> 24))) * kInv255;
+    auto linear = [&](v8u aByte) { return v8f(_mm256_i32gather_ps(aTable->toLinear, __m256i(aByte), 4)); };
+    const __m256 b = __m256(linear(px & 255u) * a), g = __m256(linear((px >> 8) & 255u) * a),
+                 r = __m256(linear((px >> 16) & 255u) * a);
+    // Back to one pixel per four lanes: a 4 x 4 transpose within each half.
+    const __m256 bg0 = _mm256_unpacklo_ps(b, g), bg1 = _mm256_unpackhi_ps(b, g);
+    const __m256 ra0 = _mm256_unpacklo_ps(r, __m256(a)), ra1 = _mm256_unpackhi_ps(r, __m256(a));
+    const __m256 p04 = _mm256_shuffle_ps(bg0, ra0, _MM_SHUFFLE(1, 0, 1, 0));
+    const __m256 p15 = _mm256_shuffle_ps(bg0, ra0, _MM_SHUFFLE(3, 2, 3, 2));
+    const __m256 p26 = _mm256_shuffle_ps(bg1, ra1, _MM_SHUFFLE(1, 0, 1, 0));
+    const __m256 p37 = _mm256_shuffle_ps(bg1, ra1, _MM_SHUFFLE(3, 2, 3, 2));
+    float* out = reinterpret_cast<float*>(aOut);
+    _mm256_storeu_ps(out, _mm256_permute2f128_ps(p04, p15, 0x20));
+    _mm256_storeu_ps(out + 8, _mm256_permute2f128_ps(p26, p37, 0x20));
+    _mm256_storeu_ps(out + 16, _mm256_permute2f128_ps(p04, p15, 0x31));
+    _mm256_storeu_ps(out + 24, _mm256_permute2f128_ps(p26, p37, 0x31));
+}
+
+// EncodeSRGB8 on eight values; only the table look-up is per lane.
+inline v8u EncodeSRGB8x8(const TSRGBFloatRecord* aTable, v8f aV) {
+    const v8u bits = v8u(aV);
+    const v8u index = (bits - 0x39000000u) >> 20;
+    const v8u entry = v8u(_mm256_i32gather_epi32(reinterpret_cast<const int*>(aTable->encoder), __m256i(index), 4));
+    return ((((bits >> 12) & 255u) * (entry & 0xFFFFu) + ((entry >> 7) & 0x1FFFE00u)) >> 16) & 255u;
+}
+
+// DeMulSRGBFromSum on the sums of eight pixels, given as four pairs of neighbours; lane by
+// lane the same operations in the same order. Writes aCount (at most eight) pixels.
+__attribute__((always_inline)) inline void DeMulSRGB8(const TSRGBFloatRecord* aTable, const v8f* aPairs, float aInv, TPixelChannel* aOut,
+                       uint32_t aCount) {
+    // One channel per vector, pixels in the order 0 2 4 6 | 1 3 5 7.
+    const __m256 t0 = _mm256_unpacklo_ps(__m256(aPairs[0]), __m256(aPairs[1]));
+    const __m256 t1 = _mm256_unpackhi_ps(__m256(aPairs[0]), __m256(aPairs[1]));
+    const __m256 t2 = _mm256_unpacklo_ps(__m256(aPairs[2]), __m256(aPairs[3]));
+    const __m256 t3 = _mm256_unpackhi_ps(__m256(aPairs[2]), __m256(aPairs[3]));
+    const v8f b = v8f(_mm256_shuffle_ps(t0, t2, _MM_SHUFFLE(1, 0, 1, 0)));
+    const v8f g = v8f(_mm256_shuffle_ps(t0, t2, _MM_SHUFFLE(3, 2, 3, 2)));
+    const v8f r = v8f(_mm256_shuffle_ps(t1, t3, _MM_SHUFFLE(1, 0, 1, 0)));
+    const v8f a = v8f(_mm256_shuffle_ps(t1, t3, _MM_SHUFFLE(3, 2, 3, 2)));
+
+    const v8i keep = a * aInv > Splat8(kHalfStep);
+    const v8f u = 1.0f / a;
+    auto colour = [&](v8f s) {
+        v8f c = s * u;
+        c = c < Splat8(kEncodeLow) ? Splat8(kEncodeLow) : c;
+        c = c > Splat8(kEncodeHigh) ? Splat8(kEncodeHigh) : c;
+        // Dropped pixels still pass the encoder: give it a value it accepts.
+        return EncodeSRGB8x8(aTable, keep ? c : Splat8(kEncodeLow));
+    };
+    const v8f alphaF = keep ? a * (aInv * 255.0f) + 0.5f : Splat8(0.0f);
+    const v8u alpha = __builtin_convertvector(__builtin_convertvector(alphaF, v8i), v8u) & 255u;
+    const v8u pixels = (colour(b) | colour(g) << 8 | colour(r) << 16 | alpha << 24) & v8u(keep);
+    const __m256i ordered = _mm256_permutevar8x32_epi32(__m256i(pixels), _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+    if (aCount == 8) _mm256_storeu_si256(reinterpret_cast<__m256i*>(aOut), ordered);
+    else std::memcpy(aOut, &ordered, aCount * sizeof(TPixelChannel));
+}
+
+template <class Kernel>
+class CStreamedBlur {
+public:
+    // aRows blurs the rows (length W), aColumns the columns (length H); the target holds
+    // E = W + 2 x row radius columns and H + 2 x column radius rows, stride E.
+    CStreamedBlur(const TSRGBFloatRecord* aTable, const TPixelChannel* aSource, uint32_t aSourceStride,
+                  TPixelChannel* aTarget, const Kernel& aRows, const Kernel& aColumns)
+        : table_(aTable),
+          source_(aSource),
+          sourceStride_(aSourceStride),
+          target_(aTarget),
+          rows_(aRows),
+          columns_(aColumns),
+          height_(aColumns.length),
+          width_(uint64_t(aRows.length) + 2 * uint64_t(aRows.radius)),
+          pairs_((width_ + 2 * kChunkPairs - 1) / (2 * kChunkPairs) * kChunkPairs),
+          reach_(2 * uint64_t(aColumns.radius)) {
+        // Rows of the ring: a power of two of at least a band and the column reach, whose mask
+        // finds a row's place; or all rows, which then keep their own index.
+        uint64_t rows = kBand;
+        while (rows < kBand + reach_) rows <<= 1;
+        ringRows_ = std::min<uint64_t>(height_, rows);
+        ringMask_ = ringRows_ == height_ ? ~uint64_t(0) : rows - 1;
+    }
+
+    // Runs on the pool when it has one, on this thread otherwise.
+    HRESULT Run(IThreadPool* aPool) {
+        if (height_ == 0 || rows_.length == 0) return S_OK;
+        uint32_t threads = 1;
+        if (aPool && (FAILED(aPool->ThreadCount(&threads)) || threads == 0)) threads = 1;
+        // Per share of the row pass: a group of rows in linear light, with room for the front
+        // and the back colour on both sides.
+        lineLength_ = uint64_t(rows_.length) + 4 * uint64_t(rows_.radius);
+        ring_.reset(new (std::nothrow) TWidePixel[ringRows_ * RingStride()]());
+        front_.reset(new (std::nothrow) v8f[pairs_]);
+        back_.reset(new (std::nothrow) v8f[pairs_]);
+        state_.reset(new (std::nothrow) State[pairs_]);
+        lines_.reset(new (std::nothrow) v4f[threads * kRowGroup * lineLength_]);
+        if (!ring_ || !front_ || !back_ || !state_ || !lines_) return E_OUTOFMEMORY;
+        if (columns_.front) std::fill_n(front_.get(), pairs_, PairOf(Load4(columns_.front)));
+        if (columns_.back) std::fill_n(back_.get(), pairs_, PairOf(Load4(columns_.back)));
+
+        const uint64_t outputs = height_ + reach_;
+        for (uint64_t i0 = 0; i0 < outputs; i0 += kBand) {
+            const uint64_t i1 = std::min(i0 + kBand, outputs);
+            if (i0 < height_) {
+                CRowsTask rows(*this, i0, std::min<uint64_t>(i1, height_));
+                Execute(aPool, threads, rows, uint32_t(std::min<uint64_t>(i1, height_) - i0));
+            }
+            CColumnsTask columns(*this, i0, i1);
+            Execute(aPool, threads, columns, uint32_t(pairs_ / kChunkPairs));
+        }
+        return S_OK;
+    }
+
+private:
+    static constexpr uint64_t kBand = 32;        // rows blurred per band
+    static constexpr uint32_t kRowGroup = 4;     // rows whose sums are walked side by side
+    static constexpr uint32_t kChunkPairs = 4;   // column pairs whose sums stay in registers
+    using State = typename Kernel::template State<v8f>;
+
+    uint64_t RingStride() const { return 2 * pairs_; }
+    TWidePixel* RingRow(uint64_t aRow) const { return ring_.get() + (aRow & ringMask_) * RingStride(); }
+
+    // On the pool only when every thread gets at least one line (see RunTask).
+    template <class Task>
+    static void Execute(IThreadPool* aPool, uint32_t aThreads, Task& aTask, uint32_t aLines) {
+        if (aPool && aThreads > 1 && aThreads <= aLines) aPool->Execute(0, &aTask);
+        else aTask.Execute(0, 1);
+    }
+
+    // Rows [first, end) of the image into the ring.
+    class CRowsTask final : public CStackUnknown<IThreadedTask> {
+    public:
+        CRowsTask(const CStreamedBlur& aBlur, uint64_t aFirst, uint64_t aEnd) : b_(aBlur), first_(aFirst), end_(aEnd) {}
+        HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
+            const SShare share = BlurShare(aIndex, aTotal, uint32_t(end_ - first_));
+            if (!share.any) return S_FALSE;
+            for (uint64_t y = first_ + share.first; y < first_ + share.end; y += kRowGroup)
+                b_.Rows(y, uint32_t(std::min<uint64_t>(kRowGroup, first_ + share.end - y)), aIndex);
+            return S_OK;
+        }
+
+    private:
+        const CStreamedBlur& b_;
+        uint64_t first_, end_;
+    };
+
+    // Outputs [first, end) of every column, a share of the column chunks each.
+    class CColumnsTask final : public CStackUnknown<IThreadedTask> {
+    public:
+        CColumnsTask(const CStreamedBlur& aBlur, uint64_t aFirst, uint64_t aEnd) : b_(aBlur), first_(aFirst), end_(aEnd) {}
+        HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
+            const SShare share = BlurShare(aIndex, aTotal, uint32_t(b_.pairs_ / kChunkPairs));
+            if (!share.any) return S_FALSE;
+            for (uint32_t chunk = share.first; chunk < share.end; ++chunk)
+                b_.Columns(uint64_t(chunk) * kChunkPairs, first_, end_);
+            return S_OK;
+        }
+
+    private:
+        const CStreamedBlur& b_;
+        uint64_t first_, end_;
+    };
+
+    // aCount rows from aFirst through the row kernel into the ring, their sums side by side.
+    // Each row is first read into linear light, with 2R front colours before it and 2R back
+    // colours behind it, so that output i takes x[i], x[i - R] and x[i - 2R] straight from it.
+    void Rows(uint64_t aFirst, uint32_t aCount, uint32_t aShare) const {
+        const uint64_t n = rows_.length, R = rows_.radius, outputs = n + 2 * R;
+        v4f* x[kRowGroup];
+        typename Kernel::template State<v4f> state[kRowGroup];
+        for (uint32_t g = 0; g < aCount; ++g) {
+            x[g] = lines_.get() + (uint64_t(aShare) * kRowGroup + g) * lineLength_;
+            const TPixelChannel* in = source_ + (aFirst + g) * sourceStride_;
+            v4f* line = x[g] + 2 * R;
+            uint64_t j = 0;
+            for (; j + 8 <= n; j += 8) PreMulLinear8(table_, in + j, line + j);
+            for (; j < n; ++j) line[j] = PreMulLinearF(table_, in[j]);
+            const v4f front = rows_.front ? Load4(rows_.front) : line[0];
+            const v4f back = rows_.back ? Load4(rows_.back) : line[n - 1];
+            std::fill_n(x[g], 2 * R, front);
+            std::fill_n(line + n, 2 * R, back);
+            state[g] = rows_.Init(front);
+        }
+        TWidePixel* out[kRowGroup];
+        for (uint32_t g = 0; g < aCount; ++g) out[g] = RingRow(aFirst + g);
+        switch (aCount) {
+            case 4: Walk<4>(state, x, out, outputs); break;
+            case 3: Walk<3>(state, x, out, outputs); break;
+            case 2: Walk<2>(state, x, out, outputs); break;
+            default: Walk<1>(state, x, out, outputs); break;
+        }
+        // The first and last row are also the columns' replicated ends.
+        for (uint32_t g = 0; g < aCount; ++g) {
+            if (aFirst + g == 0 && !columns_.front) ReadRow(0, front_.get());
+            if (aFirst + g == height_ - 1 && !columns_.back) ReadRow(height_ - 1, back_.get());
+        }
+    }
+
+    // The sums of G rows walked side by side, the group's count fixed so that they stay in
+    // registers.
+    template <uint32_t G>
+    void Walk(typename Kernel::template State<v4f>* aState, v4f* const* aX, TWidePixel* const* aOut,
+              uint64_t aOutputs) const {
+        const uint64_t R = rows_.radius;
+        const double scale = double(rows_.Inverse()) * 32768.0;
+        typename Kernel::template State<v4f> st[G];
+        const v4f* x[G];
+        TWidePixel* out[G];
+        for (uint32_t g = 0; g < G; ++g) {
+            st[g] = aState[g];
+            x[g] = aX[g];
+            out[g] = aOut[g];
+        }
+        for (uint64_t i = 0; i < aOutputs; ++i) {
+#pragma GCC unroll 4
+            for (uint32_t g = 0; g < G; ++g)
+                StoreWideFromSum(out[g] + i, rows_.Step(st[g], x[g][i + 2 * R], x[g][i + R], x[g][i]), scale);
+        }
+    }
+
+    void ReadRow(uint64_t aRow, v8f* aTo) const {
+        const TWidePixel* row = RingRow(aRow);
+        for (uint64_t p = 0; p < pairs_; ++p) aTo[p] = FloatPairFromWide(row + 2 * p);
+    }
+
+    // Column outputs [aFirst, aEnd) of the kChunkPairs pairs from aPair on.
+    void Columns(uint64_t aPair, uint64_t aFirst, uint64_t aEnd) const {
+        const float inv = columns_.Inverse();
+        const int64_t R = columns_.radius, H = int64_t(height_);
+        State st[kChunkPairs];
+        for (uint32_t k = 0; k < kChunkPairs; ++k)
+            st[k] = aFirst == 0 ? columns_.Init(front_[aPair + k]) : state_[aPair + k];
+        // Pixels of the chunk that lie in the target: the last chunk may hang over.
+        const uint64_t x0 = 2 * aPair;
+        const uint32_t inside = uint32_t(std::min<uint64_t>(2 * kChunkPairs, width_ - x0));
+
+        for (uint64_t i = aFirst; i < aEnd; ++i) {
+            // x[i] enters, x[i - R] passes the middle, x[i - 2R] leaves.
+            const int64_t e = int64_t(i), m = e - R, o = e - 2 * R;
+            v8f sums[kChunkPairs];
+            if (o >= 0 && e < H) {
+                const TWidePixel *er = RingRow(uint64_t(e)) + x0, *mr = RingRow(uint64_t(m)) + x0,
+                                 *lr = RingRow(uint64_t(o)) + x0;
+#pragma GCC unroll 4
+                for (uint32_t k = 0; k < kChunkPairs; ++k)
+                    sums[k] = columns_.Step(st[k], FloatPairFromWide(er + 2 * k), FloatPairFromWide(mr + 2 * k),
+                                            FloatPairFromWide(lr + 2 * k));
+            } else {
+                for (uint32_t k = 0; k < kChunkPairs; ++k)
+                    sums[k] = columns_.Step(st[k], At(e, aPair + k), At(m, aPair + k), At(o, aPair + k));
+            }
+            DeMulSRGB8(table_, sums, inv, target_ + i * width_ + x0, inside);
+        }
+        for (uint32_t k = 0; k < kChunkPairs; ++k) state_[aPair + k] = st[k];
+    }
+
+    // x[j] of the columns of a pair: the front before the first row, the back behind the last.
+    v8f At(int64_t aRow, uint64_t aPair) const {
+        if (aRow < 0) return front_[aPair];
+        if (aRow >= int64_t(height_)) return back_[aPair];
+        return FloatPairFromWide(RingRow(uint64_t(aRow)) + 2 * aPair);
+    }
+
+    const TSRGBFloatRecord* table_;
+    const TPixelChannel* source_;
+    uint32_t sourceStride_;
+    TPixelChannel* target_;
+    Kernel rows_, columns_;
+    uint64_t height_;  // H, the columns' length
+    uint64_t width_;   // E, the target's width
+    uint64_t pairs_;   // pairs of columns in the ring, whole chunks
+    uint64_t reach_;   // 2R of the columns
+    uint64_t ringRows_ = 0, ringMask_ = 0, lineLength_ = 0;
+    std::unique_ptr<TWidePixel[]> ring_;
+    std::unique_ptr<v8f[]> front_, back_;
+    std::unique_ptr<State[]> state_;
+    std::unique_ptr<v4f[]> lines_;
+};
+
+#pragma GCC pop_options
+
+}  // namespace zt
