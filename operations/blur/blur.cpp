@@ -171,12 +171,15 @@ HRESULT RunPlanar(const SPlanarRun& aRun, const Maker& aMake) {
             aMake(H, aRun.top, aRun.bottom), W);
         return RunBlurTask(task, W, aRun.usePool);
     }
-    if constexpr (!kIsRecursive<Kernel>) {
-        if (StreamedBlurAvailable()) {
-            ComPtr<IThreadPool> pool = aRun.usePool ? HostCreate<IThreadPool>(CLSID_ThreadPool) : nullptr;
-            CStreamedBlur<Kernel> blur(aRun.table, aRun.source, aRun.sourceStride, aRun.target,
-                                       aMake(W, aRun.left, aRun.right), aMake(H, aRun.top, aRun.bottom));
-            return blur.Run(pool);
+    if (StreamedBlurAvailable()) {
+        ComPtr<IThreadPool> pool = aRun.usePool ? HostCreate<IThreadPool>(CLSID_ThreadPool) : nullptr;
+        const Kernel rows = aMake(W, aRun.left, aRun.right), columns = aMake(H, aRun.top, aRun.bottom);
+        if constexpr (kIsRecursive<Kernel>) {
+            return CRecursiveTwoAxisBlur(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows, columns)
+                .Run(pool);
+        } else {
+            return CStreamedBlur<Kernel>(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows, columns)
+                .Run(pool);
         }
     }
     // Two axes: rows into the rows of the intermediate (E wide pixels each), then its

@@ -330,6 +330,281 @@ private:
     std::unique_ptr<v4f[]> lines_;
 };
 
+// ---------------------------------------------------------------- the recursive kernel
+
+using v4df = double __attribute__((vector_size(32)));
+
+// PreMulLinearD in one vector.
+inline v4df PreMulLinearD4(const TSRGBFloatRecord* aTable, TPixelChannel aPixel) {
+    const double a = double(float(aPixel.bA) * kInv255);
+    const __m128 c = _mm_setr_ps(aTable->toLinear[aPixel.bB], aTable->toLinear[aPixel.bG],
+                                 aTable->toLinear[aPixel.bR], 1.0f);
+    return v4df(_mm256_cvtps_pd(c)) * a;
+}
+
+// CWideSrc: the signed form to float, widened to double.
+inline v4df FromWideSigned4(const TWidePixel* aPixel) {
+    const __m128i w = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(aPixel));
+    const __m128 f = _mm_mul_ps(_mm_cvtepi32_ps(_mm_cvtepi16_epi32(w)), _mm_set1_ps(kFromWideSigned));
+    return v4df(_mm256_cvtps_pd(f));
+}
+
+// WideFromRecursive: cut towards zero, the low 16 bits kept.
+inline void StoreWideFromRecursive(TWidePixel* aTo, v4df aY) {
+    const __m128i q = _mm256_cvttpd_epi32(__m256d(aY * 16384.0));
+    const __m128i low = _mm_shuffle_epi8(q, _mm_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(aTo), low);
+}
+
+// DeMulSRGBFromRecursive on eight values, lane by lane the same operations in the same
+// order. Writes aCount (at most eight) pixels.
+__attribute__((always_inline)) inline void DeMulSRGBRecursive8(const TSRGBFloatRecord* aTable, const v4df* aY, TPixelChannel* aOut,
+                                uint32_t aCount) {
+    // Colours in single precision, as pairs of neighbours, then one channel per vector with
+    // the pixels in the order 0 2 4 6 | 1 3 5 7.
+    v8f pairs[4];
+    for (int k = 0; k < 4; ++k)
+        pairs[k] = v8f(_mm256_set_m128(_mm256_cvtpd_ps(__m256d(aY[2 * k + 1])), _mm256_cvtpd_ps(__m256d(aY[2 * k]))));
+    const __m256 t0 = _mm256_unpacklo_ps(__m256(pairs[0]), __m256(pairs[1]));
+    const __m256 t1 = _mm256_unpackhi_ps(__m256(pairs[0]), __m256(pairs[1]));
+    const __m256 t2 = _mm256_unpacklo_ps(__m256(pairs[2]), __m256(pairs[3]));
+    const __m256 t3 = _mm256_unpackhi_ps(__m256(pairs[2]), __m256(pairs[3]));
+    const v8f b = v8f(_mm256_shuffle_ps(t0, t2, _MM_SHUFFLE(1, 0, 1, 0)));
+    const v8f g = v8f(_mm256_shuffle_ps(t0, t2, _MM_SHUFFLE(3, 2, 3, 2)));
+    const v8f r = v8f(_mm256_shuffle_ps(t1, t3, _MM_SHUFFLE(1, 0, 1, 0)));
+    // Alpha stays in double precision: pixels 0 2 4 6 and 1 3 5 7.
+    auto alphas = [&](int aFirst) {
+        const __m256d lo = _mm256_unpackhi_pd(__m256d(aY[aFirst]), __m256d(aY[aFirst + 2]));
+        const __m256d hi = _mm256_unpackhi_pd(__m256d(aY[aFirst + 4]), __m256d(aY[aFirst + 6]));
+        return v4df(_mm256_permute2f128_pd(lo, hi, 0x31));
+    };
+    const v4df a0 = alphas(0), a1 = alphas(1);
+    const v4df threshold = {0.00196078431372549, 0.00196078431372549, 0.00196078431372549, 0.00196078431372549};
+    const v4df one = {1.0, 1.0, 1.0, 1.0};
+    auto keepOf = [&](v4df a) { return _mm256_cvtpd_ps(__m256d(a > threshold ? one : v4df{})); };
+    const v8i keep = v8f(_mm256_set_m128(keepOf(a1), keepOf(a0))) > Splat8(0.0f);
+    const v8f u = v8f(_mm256_set_m128(_mm256_cvtpd_ps(__m256d(1.0 / a1)), _mm256_cvtpd_ps(__m256d(1.0 / a0))));
+    auto colour = [&](v8f y) {
+        v8f c = y * u;
+        c = c < Splat8(kEncodeLow) ? Splat8(kEncodeLow) : c;
+        c = c > Splat8(kEncodeHigh) ? Splat8(kEncodeHigh) : c;
+        return EncodeSRGB8x8(aTable, keep ? c : Splat8(kEncodeLow));
+    };
+    // Kept lanes have alpha above 0, so the cut is of a positive number.
+    auto alphaByte = [&](v4df a) {
+        const __m128i q = _mm256_cvttpd_epi32(__m256d((a > threshold ? a : v4df{}) * 255.0 + 0.5));
+        return _mm_min_epi32(q, _mm_set1_epi32(255));
+    };
+    const v8u alpha = v8u(_mm256_set_m128i(alphaByte(a1), alphaByte(a0)));
+    const v8u pixels = (colour(b) | colour(g) << 8 | colour(r) << 16 | alpha << 24) & v8u(keep);
+    const __m256i ordered = _mm256_permutevar8x32_epi32(__m256i(pixels), _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+    if (aCount == 8) _mm256_storeu_si256(reinterpret_cast<__m256i*>(aOut), ordered);
+    else std::memcpy(aOut, &ordered, aCount * sizeof(TPixelChannel));
+}
+
+// G lines of the recursive kernel side by side: the forward and backward walk of
+// CRecursiveBlur::LineGroup with a pixel in one vector. aRead(g, j) gives input j of line g,
+// aWrite(j, y) takes output j of all G lines; aW holds G x WorkLength() entries.
+template <uint32_t G, class Read, class Write>
+void RecursiveWalk(const CRecursiveBlurRGBA& aKernel, const Read& aRead, const Write& aWrite, v4df* aW) {
+    const uint32_t n = aKernel.length, R = aKernel.border, L = n + 3 * R, outCount = n + 2 * R;
+    const double cB = aKernel.B, c1 = aKernel.b1, c2 = aKernel.b2, c3 = aKernel.b3;
+    auto Step = [=](v4df c, v4df a1, v4df a2, v4df a3) { return cB * c + c1 * a1 + c2 * a2 + c3 * a3; };
+    auto W = [&](uint32_t i) { return aW + size_t(i) * G; };
+    const v4df frontColour = {aKernel.front[0], aKernel.front[1], aKernel.front[2], aKernel.front[3]};
+    const v4df backFixed = {aKernel.back[0], aKernel.back[1], aKernel.back[2], aKernel.back[3]};
+
+    v4df c[G], backColour[G];
+    for (uint32_t g = 0; g < G; ++g) {
+        backColour[g] = aKernel.replicateBack ? aRead(g, n - 1) : backFixed;
+        c[g] = aKernel.replicateFront ? aRead(g, 0) : frontColour;
+    }
+    uint32_t consumed = 0;
+    // At R = 1 on a one-pixel line the walk asks for one pixel more than the line has: the
+    // one behind it, the back colour.
+    auto next = [&]() {
+        for (uint32_t g = 0; g < G; ++g) c[g] = consumed < n ? aRead(g, consumed) : backColour[g];
+        ++consumed;
+    };
+    auto step = [&](uint32_t i) {
+        v4df* to = W(i);
+        const v4df *a1 = W(i - 1), *a2 = W(i - 2), *a3 = W(i - 3);
+        for (uint32_t g = 0; g < G; ++g) to[g] = Step(c[g], a1[g], a2[g], a3[g]);
+    };
+
+    for (uint32_t g = 0; g < G; ++g) W(0)[g] = c[g] * cB + c[g] * c1 + c[g] * c2 + c[g] * c3;
+    if (R < 2) next();
+    for (uint32_t g = 0; g < G; ++g) W(1)[g] = Step(c[g], W(0)[g], W(0)[g], W(0)[g]);
+    if (R < 3) next();
+    for (uint32_t g = 0; g < G; ++g) W(2)[g] = Step(c[g], W(1)[g], W(0)[g], W(0)[g]);
+    uint32_t i = 3;
+    for (; i < R; ++i) step(i);
+    for (i = std::max(3u, R); i < n + R - 1; ++i) {
+        next();
+        step(i);
+    }
+    for (uint32_t g = 0; g < G; ++g) c[g] = aRead(g, n - 1);
+    if (!aKernel.replicateBack) {
+        step(i);
+        ++i;
+        for (uint32_t g = 0; g < G; ++g) c[g] = backColour[g];
+    }
+    for (; i < L; ++i) step(i);
+
+    v4df y1[G], y2[G], y3[G], y[G];
+    for (uint32_t g = 0; g < G; ++g) {
+        const v4df last = W(L - 1)[g];
+        y3[g] = last * cB + c1 * last + c2 * last + c3 * last;
+        y2[g] = Step(W(L - 2)[g], y3[g], y3[g], y3[g]);
+        y1[g] = Step(W(L - 3)[g], y2[g], y3[g], y3[g]);
+    }
+    if (R < 2) aWrite(L - 2, y2);
+    if (R < 3) aWrite(L - 3, y1);
+    for (int64_t j = int64_t(L) - 4; j >= 0; --j) {
+        const v4df* wj = W(uint32_t(j));
+        for (uint32_t g = 0; g < G; ++g) {
+            y[g] = Step(wj[g], y1[g], y2[g], y3[g]);
+            y3[g] = y2[g];
+            y2[g] = y1[g];
+            y1[g] = y[g];
+        }
+        if (j < int64_t(outCount)) aWrite(uint32_t(j), y);
+    }
+}
+
+// The two-axis Gaussian: rows into a wide intermediate stored by rows, then its columns into
+// the target, eight lines side by side in both passes. The recursive filter runs each line
+// forward to its end before it can go back, so the intermediate is whole. The column pass
+// first copies 64 columns into a tile where each is contiguous: read straight down the
+// intermediate, every row would cost a trip to memory and a page walk.
+class CRecursiveTwoAxisBlur {
+public:
+    CRecursiveTwoAxisBlur(const TSRGBFloatRecord* aTable, const TPixelChannel* aSource, uint32_t aSourceStride,
+                          TPixelChannel* aTarget, const CRecursiveBlurRGBA& aRows, const CRecursiveBlurRGBA& aColumns)
+        : table_(aTable),
+          source_(aSource),
+          sourceStride_(aSourceStride),
+          target_(aTarget),
+          rows_(aRows),
+          columns_(aColumns),
+          width_(uint64_t(aRows.length) + 2 * uint64_t(aRows.border)) {}
+
+    HRESULT Run(IThreadPool* aPool) {
+        const uint32_t H = columns_.length;
+        if (H == 0 || rows_.length == 0) return S_OK;
+        wide_.reset(new (std::nothrow) TWidePixel[width_ * H]);
+        if (!wide_) return E_OUTOFMEMORY;
+        CPass rows(*this, true, H), columns(*this, false, uint32_t(width_));
+        RunPass(aPool, rows);
+        if (rows.OutOfMemory()) return E_OUTOFMEMORY;
+        RunPass(aPool, columns);
+        return columns.OutOfMemory() ? E_OUTOFMEMORY : S_OK;
+    }
+
+private:
+    static constexpr uint32_t kGroup = 8, kTileColumns = 64, kPrefetchRows = 8;
+
+    // One pass, a share of its lines each; every share has its own work array.
+    class CPass final : public CStackUnknown<IThreadedTask> {
+    public:
+        CPass(const CRecursiveTwoAxisBlur& aBlur, bool aRows, uint32_t aLines) : b_(aBlur), rows_(aRows), lines_(aLines) {}
+        uint32_t Lines() const { return lines_; }
+        bool OutOfMemory() const { return outOfMemory_.load(); }
+
+        HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
+            const SShare share = BlurShare(aIndex, aTotal, lines_);
+            if (!share.any) return S_FALSE;
+            if (share.first >= share.end) return S_OK;
+            const CRecursiveBlurRGBA& kernel = rows_ ? b_.rows_ : b_.columns_;
+            std::unique_ptr<v4df[]> w(new (std::nothrow) v4df[kGroup * kernel.WorkLength()]);
+            std::unique_ptr<TWidePixel[]> tile(rows_ ? nullptr : new (std::nothrow) TWidePixel[TileLength(kernel.length)]);
+            if (!w || (!rows_ && !tile)) {
+                outOfMemory_.store(true);
+                return E_OUTOFMEMORY;
+            }
+            if (rows_) {
+                for (uint32_t l = share.first; l < share.end; l += kGroup)
+                    b_.RowGroup(l, std::min(kGroup, share.end - l), w.get());
+            } else {
+                for (uint32_t l = share.first; l < share.end; l += kTileColumns)
+                    b_.ColumnTile(l, std::min(kTileColumns, share.end - l), tile.get(), w.get());
+            }
+            return S_OK;
+        }
+
+    private:
+        const CRecursiveTwoAxisBlur& b_;
+        bool rows_;
+        uint32_t lines_;
+        std::atomic<bool> outOfMemory_{false};
+    };
+
+    static void RunPass(IThreadPool* aPool, CPass& aPass) {
+        uint32_t threads = 0;
+        if (aPool && SUCCEEDED(aPool->ThreadCount(&threads)) && threads > 1 && threads <= aPass.Lines())
+            aPool->Execute(0, &aPass);
+        else aPass.Execute(0, 1);
+    }
+
+    // Lines beyond aCount repeat the last one: they are computed and not written.
+    void RowGroup(uint32_t aFirst, uint32_t aCount, v4df* aW) const {
+        const TPixelChannel* in[kGroup];
+        TWidePixel* out[kGroup];
+        for (uint32_t g = 0; g < kGroup; ++g) {
+            const uint64_t row = aFirst + std::min(g, aCount - 1);
+            in[g] = source_ + row * sourceStride_;
+            out[g] = wide_.get() + row * width_;
+        }
+        RecursiveWalk<kGroup>(
+            rows_, [&](uint32_t g, uint32_t j) { return PreMulLinearD4(table_, in[g][j]); },
+            [&](uint32_t j, const v4df* y) {
+                for (uint32_t g = 0; g < aCount; ++g) StoreWideFromRecursive(out[g] + j, y[g]);
+            },
+            aW);
+    }
+
+    // Where row j of column c lies in a tile: blocks of eight rows, each column's eight in
+    // one cache line, so that copying a block fills one page and each column reads on.
+    static uint64_t TileIndex(uint32_t aColumn, uint64_t aRow) {
+        return ((aRow >> 3) * kTileColumns + aColumn) * 8 + (aRow & 7);
+    }
+    static uint64_t TileLength(uint64_t aRows) { return (aRows + 7) / 8 * 8 * kTileColumns; }
+
+    // aCount (at most kTileColumns) columns from aFirst: copied into aTile, then walked eight
+    // at a time.
+    void ColumnTile(uint32_t aFirst, uint32_t aCount, TWidePixel* aTile, v4df* aW) const {
+        const uint64_t H = columns_.length;
+        for (uint64_t j = 0; j < H; ++j) {
+            const TWidePixel* row = wide_.get() + j * width_ + aFirst;
+            // Rows further down, a cache line at a time: each row is in a page of its own,
+            // which the hardware prefetcher does not enter.
+            for (uint32_t c = 0; c < aCount; c += 8)
+                _mm_prefetch(reinterpret_cast<const char*>(row + kPrefetchRows * width_ + c), _MM_HINT_T0);
+            for (uint32_t c = 0; c < aCount; ++c) aTile[TileIndex(c, j)] = row[c];
+        }
+        for (uint32_t c0 = 0; c0 < aCount; c0 += kGroup) {
+            const uint32_t count = std::min(kGroup, aCount - c0);
+            uint32_t column[kGroup];
+            for (uint32_t g = 0; g < kGroup; ++g) column[g] = c0 + std::min(g, count - 1);
+            TPixelChannel* out = target_ + aFirst + c0;
+            RecursiveWalk<kGroup>(
+                columns_, [&](uint32_t g, uint32_t j) { return FromWideSigned4(aTile + TileIndex(column[g], j)); },
+                [&](uint32_t j, const v4df* y) __attribute__((always_inline)) {
+                    DeMulSRGBRecursive8(table_, y, out + j * width_, count);
+                },
+                aW);
+        }
+    }
+
+    const TSRGBFloatRecord* table_;
+    const TPixelChannel* source_;
+    uint32_t sourceStride_;
+    TPixelChannel* target_;
+    CRecursiveBlurRGBA rows_, columns_;
+    uint64_t width_;  // E, of the intermediate and the target
+    std::unique_ptr<TWidePixel[]> wide_;
+};
+
 #pragma GCC pop_options
 
 }  // namespace zt

@@ -674,18 +674,26 @@ TEST(BlurKernels, IntermediateStoredByRowsGivesTheSamePixelsAsByColumns) {
 
 namespace {
 
+// R of a kernel: the finite kernels' radius, the recursive kernel's border.
+template <class Kernel>
+uint32_t ReachOf(const Kernel& aKernel) {
+    if constexpr (kIsRecursive<Kernel>) return aKernel.border;
+    else return aKernel.radius;
+}
+
 // The two passes as written: rows into the columns of a wide intermediate, its rows (the
 // image's columns) into the columns of the target.
 template <class Kernel>
 std::vector<TPixelChannel> TwoPasses(const std::vector<TPixelChannel>& aImage, uint32_t aStride, const Kernel& aRows,
                                      const Kernel& aColumns) {
     const TSRGBFloatRecord* t = Table();
-    const uint32_t W = aRows.length, H = aColumns.length, E = W + 2 * aRows.radius;
+    const uint32_t W = aRows.length, H = aColumns.length, E = W + 2 * ReachOf(aRows);
     std::vector<TWidePixel> wide(size_t(E) * H);
-    std::vector<TPixelChannel> out(size_t(E) * (H + 2 * aColumns.radius));
+    std::vector<TPixelChannel> out(size_t(E) * (H + 2 * ReachOf(aColumns)));
     CBlurTask<CFloatSRGBPreMulSrc, CWideTransposingDst, Kernel>({t, aImage.data(), aStride}, {wide.data(), H}, aRows, H)
         .Execute(0, 1);
-    CBlurTask<CFloatWideSrc, CFloatSRGBDeMulTransposingDst, Kernel>({wide.data(), H}, {t, out.data(), E}, aColumns, E)
+    using WideSrc = std::conditional_t<kIsRecursive<Kernel>, CWideSrc, CFloatWideSrc>;
+    CBlurTask<WideSrc, CFloatSRGBDeMulTransposingDst, Kernel>({wide.data(), H}, {t, out.data(), E}, aColumns, E)
         .Execute(0, 1);
     return out;
 }
@@ -697,12 +705,15 @@ void ExpectStreamedAsTwoPasses(uint32_t aW, uint32_t aH, const Kernel& aRows, co
     const auto image = RandomPixels(size_t(stride) * aH, aW * 131 + aH);
     const auto expected = TwoPasses(image, stride, aRows, aColumns);
     std::vector<TPixelChannel> out(expected.size());
-    CStreamedBlur<Kernel> blur(Table(), image.data(), stride, out.data(), aRows, aColumns);
-    ASSERT_EQ(S_OK, blur.Run(aPool));
+    if constexpr (kIsRecursive<Kernel>) {
+        ASSERT_EQ(S_OK, CRecursiveTwoAxisBlur(Table(), image.data(), stride, out.data(), aRows, aColumns).Run(aPool));
+    } else {
+        ASSERT_EQ(S_OK, CStreamedBlur<Kernel>(Table(), image.data(), stride, out.data(), aRows, aColumns).Run(aPool));
+    }
     for (size_t i = 0; i < out.size(); ++i)
-        ASSERT_EQ(expected[i].n, out[i].n) << aW << "x" << aH << " radius " << aRows.radius << "/" << aColumns.radius
-                                           << " pixel " << i % (aW + 2 * aRows.radius) << ","
-                                           << i / (aW + 2 * aRows.radius);
+        ASSERT_EQ(expected[i].n, out[i].n) << aW << "x" << aH << " reach " << ReachOf(aRows) << "/"
+                                           << ReachOf(aColumns) << " pixel " << i % (aW + 2 * ReachOf(aRows)) << ","
+                                           << i / (aW + 2 * ReachOf(aRows));
 }
 
 }  // namespace
@@ -731,6 +742,12 @@ TEST(BlurStreamed, GivesTheTwoPassesPixelsBitForBit) {
             const float f = float(r) - 0.4f, total = 2.0f * f + 1.0f, edge = f + 1.0f - float(r);
             ExpectStreamedAsTwoPasses(w, h, CFractionBoxBlurFloat(w, 1.0f / total, total, edge, r, nullptr, side),
                                       CFractionBoxBlurFloat(h, 1.0f / total, total, edge, r, side, nullptr), p);
+            const double sideD[4] = {side[0], side[1], side[2], side[3]};
+            for (double radius : {double(r), 0.3, 1.5, 2.2})
+                ExpectStreamedAsTwoPasses(w, h, CRecursiveBlurRGBA(w, radius, nullptr, sideD),
+                                          CRecursiveBlurRGBA(h, radius * 1.3, sideD, nullptr), p);
+            ExpectStreamedAsTwoPasses(w, h, CRecursiveBlurRGBA(w, r, sideD, sideD),
+                                      CRecursiveBlurRGBA(h, r, nullptr, nullptr), p);
         }
     }
     zthost::SetThreadCount(0);
