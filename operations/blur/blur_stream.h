@@ -11,6 +11,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -26,9 +27,13 @@ using v8f = float __attribute__((vector_size(32)));
 using v8i = int32_t __attribute__((vector_size(32)));
 using v8u = uint32_t __attribute__((vector_size(32)));
 
-// Whether this processor runs the streamed blur. It is built for AVX2 only; elsewhere the two
+// Cleared, the two-axis blur takes the two passes through CBlurTask on any processor: tests
+// compare the two paths with it.
+inline std::atomic<bool> gStreamedBlurAllowed{true};
+
+// Whether the two-axis blur runs streamed here. It is built for AVX2 only; elsewhere the two
 // passes through CBlurTask give the same pixels.
-inline bool StreamedBlurAvailable() { return __builtin_cpu_supports("avx2"); }
+inline bool StreamedBlurAvailable() { return gStreamedBlurAllowed.load() && __builtin_cpu_supports("avx2"); }
 
 #pragma GCC push_options
 #pragma GCC target("avx2")
@@ -451,23 +456,20 @@ void RecursiveWalk(const CRecursiveBlurRGBA& aKernel, const Read& aRead, const W
     }
     for (; i < L; ++i) step(i);
 
-    v4df y1[G], y2[G], y3[G], y[G];
+    // Backward: y[j] = Step(w[j], y[j+1], y[j+2], y[j+3]) takes the place of w[j], which
+    // nothing reads again; output j is y[j].
     for (uint32_t g = 0; g < G; ++g) {
         const v4df last = W(L - 1)[g];
-        y3[g] = last * cB + c1 * last + c2 * last + c3 * last;
-        y2[g] = Step(W(L - 2)[g], y3[g], y3[g], y3[g]);
-        y1[g] = Step(W(L - 3)[g], y2[g], y3[g], y3[g]);
+        W(L - 1)[g] = last * cB + c1 * last + c2 * last + c3 * last;
+        W(L - 2)[g] = Step(W(L - 2)[g], W(L - 1)[g], W(L - 1)[g], W(L - 1)[g]);
+        W(L - 3)[g] = Step(W(L - 3)[g], W(L - 2)[g], W(L - 1)[g], W(L - 1)[g]);
     }
-    if (R < 2) aWrite(L - 2, y2);
-    if (R < 3) aWrite(L - 3, y1);
+    if (R < 2) aWrite(L - 2, W(L - 2));
+    if (R < 3) aWrite(L - 3, W(L - 3));
     for (int64_t j = int64_t(L) - 4; j >= 0; --j) {
-        const v4df* wj = W(uint32_t(j));
-        for (uint32_t g = 0; g < G; ++g) {
-            y[g] = Step(wj[g], y1[g], y2[g], y3[g]);
-            y3[g] = y2[g];
-            y2[g] = y1[g];
-            y1[g] = y[g];
-        }
+        v4df* y = W(uint32_t(j));
+        const v4df *y1 = W(uint32_t(j) + 1), *y2 = W(uint32_t(j) + 2), *y3 = W(uint32_t(j) + 3);
+        for (uint32_t g = 0; g < G; ++g) y[g] = Step(y[g], y1[g], y2[g], y3[g]);
         if (j < int64_t(outCount)) aWrite(uint32_t(j), y);
     }
 }
@@ -576,10 +578,10 @@ private:
         const uint64_t H = columns_.length;
         for (uint64_t j = 0; j < H; ++j) {
             const TWidePixel* row = wide_.get() + j * width_ + aFirst;
-            // Rows further down, a cache line at a time: each row is in a page of its own,
+            // A row further down, a cache line at a time: each row is in a page of its own,
             // which the hardware prefetcher does not enter.
-            for (uint32_t c = 0; c < aCount; c += 8)
-                _mm_prefetch(reinterpret_cast<const char*>(row + kPrefetchRows * width_ + c), _MM_HINT_T0);
+            const TWidePixel* ahead = wide_.get() + std::min(j + kPrefetchRows, H - 1) * width_ + aFirst;
+            for (uint32_t c = 0; c < aCount; c += 8) _mm_prefetch(reinterpret_cast<const char*>(ahead + c), _MM_HINT_T0);
             for (uint32_t c = 0; c < aCount; ++c) aTile[TileIndex(c, j)] = row[c];
         }
         for (uint32_t c0 = 0; c0 < aCount; c0 += kGroup) {

@@ -12,6 +12,7 @@
 #include "host/zthost.h"
 #include "operations/blur/blur.h"
 #include "operations/blur/blur_radial.h"
+#include "operations/blur/blur_stream.h"
 #include "tests/unit/operation_test_support.h"
 
 using namespace zt;
@@ -638,6 +639,44 @@ TEST(BlurOperation, VerticalBlurIsTheHorizontalBlurOfTheTransposedImage) {
                 for (uint32_t x = 0; x < w; ++x)
                     ASSERT_EQ(st.content[size_t(x) * H + y].n, sv.content[size_t(y) * w + x].n)
                         << method << " " << radius << " " << x << "," << y;
+        }
+    }
+}
+
+TEST(BlurThreads, StreamedTwoAxisBlurGivesThePixelsOfTheTwoPasses) {
+    if (!StreamedBlurAvailable()) GTEST_SKIP() << "the two passes are the only path on this processor";
+    // Content away from the canvas edges and touching them, odd sizes, one-pixel lines.
+    const struct {
+        uint32_t cw, ch, x, y, w, h;
+    } layouts[] = {{90, 70, 5, 7, 61, 45}, {61, 45, 0, 0, 61, 45}, {40, 300, 0, 3, 40, 290},
+                   {1, 50, 0, 0, 1, 50},   {50, 1, 0, 0, 50, 1}};
+    for (const auto& l : layouts) {
+        const auto pixels = Pattern(size_t(l.w) * l.h, l.w + l.h);
+        for (const char* method : {"0", "1", "3"}) {
+            for (const char* radius : {"0.5", "3", "4.5", "12"}) {
+                for (const char* replicate : {"false", "true"}) {
+                    for (uint32_t threads : {1u, 3u}) {
+                        ThreadCount count(threads);
+                        std::vector<TPixelChannel> result[2];
+                        for (int streamed = 0; streamed < 2; ++streamed) {
+                            gStreamedBlurAllowed = streamed == 1;
+                            auto doc = PixelDocument({l.cw, l.ch}, {int32_t(l.x), int32_t(l.y)}, {l.w, l.h}, pixels,
+                                                     0x40808080);
+                            const HRESULT hr = RunBlur(doc, Config({{"Method", method},
+                                                                    {"Radius", radius},
+                                                                    {"EdgeReplication", replicate}}));
+                            gStreamedBlurAllowed = true;
+                            ASSERT_EQ(S_OK, hr);
+                            result[streamed] = State(doc).content;
+                        }
+                        ASSERT_EQ(result[0].size(), result[1].size());
+                        for (size_t i = 0; i < result[0].size(); ++i)
+                            ASSERT_EQ(result[0][i].n, result[1][i].n)
+                                << l.w << "x" << l.h << " method " << method << " radius " << radius
+                                << (std::string(replicate) == "true" ? " replicated" : "") << " pixel " << i;
+                    }
+                }
+            }
         }
     }
 }
