@@ -13,9 +13,11 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
+#include <type_traits>
 
 #include <immintrin.h>
 
@@ -34,6 +36,25 @@ inline std::atomic<bool> gStreamedBlurAllowed{true};
 // Whether the two-axis blur runs streamed here. It is built for AVX2 only; elsewhere the two
 // passes through CBlurTask give the same pixels.
 inline bool StreamedBlurAvailable() { return gStreamedBlurAllowed.load() && __builtin_cpu_supports("avx2"); }
+
+// Heap arrays for the vector types. Outside AVX2 code the compiler gives a 32-byte vector an
+// alignment of 16 only, so neither new nor the containers can be trusted to align them for
+// the code that uses them; these are aligned to a cache line. The types are trivial.
+struct SFreeAligned {
+    void operator()(void* aBlock) const { std::free(aBlock); }
+};
+template <class T>
+using CAlignedArray = std::unique_ptr<T[], SFreeAligned>;
+
+template <class T>
+CAlignedArray<T> AllocateAligned(uint64_t aCount, bool aZeroed = false) {
+    static_assert(std::is_trivially_copyable_v<T>);
+    if (aCount > (uint64_t(SIZE_MAX) - 64) / sizeof(T)) return nullptr;
+    const size_t bytes = std::max<size_t>((aCount * sizeof(T) + 63) / 64 * 64, 64);
+    void* block = std::aligned_alloc(64, bytes);
+    if (block && aZeroed) std::memset(block, 0, bytes);
+    return CAlignedArray<T>(static_cast<T*>(block));
+}
 
 #pragma GCC push_options
 #pragma GCC target("avx2")
@@ -147,11 +168,11 @@ public:
         // Per share of the row pass: a group of rows in linear light, with room for the front
         // and the back colour on both sides.
         lineLength_ = uint64_t(rows_.length) + 4 * uint64_t(rows_.radius);
-        ring_.reset(new (std::nothrow) TWidePixel[ringRows_ * RingStride()]());
-        front_.reset(new (std::nothrow) v8f[pairs_]);
-        back_.reset(new (std::nothrow) v8f[pairs_]);
-        state_.reset(new (std::nothrow) State[pairs_]);
-        lines_.reset(new (std::nothrow) v4f[threads * kRowGroup * lineLength_]);
+        ring_ = AllocateAligned<TWidePixel>(ringRows_ * RingStride(), true);
+        front_ = AllocateAligned<v8f>(pairs_);
+        back_ = AllocateAligned<v8f>(pairs_);
+        state_ = AllocateAligned<State>(pairs_);
+        lines_ = AllocateAligned<v4f>(uint64_t(threads) * kRowGroup * lineLength_);
         if (!ring_ || !front_ || !back_ || !state_ || !lines_) return E_OUTOFMEMORY;
         if (columns_.front) std::fill_n(front_.get(), pairs_, PairOf(Load4(columns_.front)));
         if (columns_.back) std::fill_n(back_.get(), pairs_, PairOf(Load4(columns_.back)));
@@ -329,10 +350,10 @@ private:
     uint64_t pairs_;   // pairs of columns in the ring, whole chunks
     uint64_t reach_;   // 2R of the columns
     uint64_t ringRows_ = 0, ringMask_ = 0, lineLength_ = 0;
-    std::unique_ptr<TWidePixel[]> ring_;
-    std::unique_ptr<v8f[]> front_, back_;
-    std::unique_ptr<State[]> state_;
-    std::unique_ptr<v4f[]> lines_;
+    CAlignedArray<TWidePixel> ring_;
+    CAlignedArray<v8f> front_, back_;
+    CAlignedArray<State> state_;
+    CAlignedArray<v4f> lines_;
 };
 
 // ---------------------------------------------------------------- the recursive kernel
@@ -474,11 +495,12 @@ void RecursiveWalk(const CRecursiveBlurRGBA& aKernel, const Read& aRead, const W
     }
 }
 
-// The two-axis Gaussian: rows into a wide intermediate stored by rows, then its columns into
-// the target, eight lines side by side in both passes. The recursive filter runs each line
-// forward to its end before it can go back, so the intermediate is whole. The column pass
-// first copies 64 columns into a tile where each is contiguous: read straight down the
-// intermediate, every row would cost a trip to memory and a page walk.
+// The two-axis Gaussian: rows into a wide intermediate, then its columns into the target,
+// eight lines side by side in both passes. The recursive filter runs each line forward to its
+// end before it can go back, so the intermediate is whole. It is stored in blocks of eight
+// rows, the eight values of a column in one cache line: eight rows write one line per step,
+// and eight columns read eight neighbouring lines every eight rows. Stored by rows, the
+// column pass would wait on memory and on a page walk for every row.
 class CRecursiveTwoAxisBlur {
 public:
     CRecursiveTwoAxisBlur(const TSRGBFloatRecord* aTable, const TPixelChannel* aSource, uint32_t aSourceStride,
@@ -494,7 +516,7 @@ public:
     HRESULT Run(IThreadPool* aPool) {
         const uint32_t H = columns_.length;
         if (H == 0 || rows_.length == 0) return S_OK;
-        wide_.reset(new (std::nothrow) TWidePixel[width_ * H]);
+        wide_ = AllocateAligned<TWidePixel>((uint64_t(H) + 7) / 8 * 8 * width_);
         if (!wide_) return E_OUTOFMEMORY;
         CPass rows(*this, true, H), columns(*this, false, uint32_t(width_));
         RunPass(aPool, rows);
@@ -504,7 +526,7 @@ public:
     }
 
 private:
-    static constexpr uint32_t kGroup = 8, kTileColumns = 64, kPrefetchRows = 8;
+    static constexpr uint32_t kGroup = 8;
 
     // One pass, a share of its lines each; every share has its own work array.
     class CPass final : public CStackUnknown<IThreadedTask> {
@@ -518,18 +540,14 @@ private:
             if (!share.any) return S_FALSE;
             if (share.first >= share.end) return S_OK;
             const CRecursiveBlurRGBA& kernel = rows_ ? b_.rows_ : b_.columns_;
-            std::unique_ptr<v4df[]> w(new (std::nothrow) v4df[kGroup * kernel.WorkLength()]);
-            std::unique_ptr<TWidePixel[]> tile(rows_ ? nullptr : new (std::nothrow) TWidePixel[TileLength(kernel.length)]);
-            if (!w || (!rows_ && !tile)) {
+            const CAlignedArray<v4df> w = AllocateAligned<v4df>(kGroup * kernel.WorkLength());
+            if (!w) {
                 outOfMemory_.store(true);
                 return E_OUTOFMEMORY;
             }
-            if (rows_) {
-                for (uint32_t l = share.first; l < share.end; l += kGroup)
-                    b_.RowGroup(l, std::min(kGroup, share.end - l), w.get());
-            } else {
-                for (uint32_t l = share.first; l < share.end; l += kTileColumns)
-                    b_.ColumnTile(l, std::min(kTileColumns, share.end - l), tile.get(), w.get());
+            for (uint32_t l = share.first; l < share.end; l += kGroup) {
+                if (rows_) b_.RowGroup(l, std::min(kGroup, share.end - l), w.get());
+                else b_.ColumnGroup(l, std::min(kGroup, share.end - l), w.get());
             }
             return S_OK;
         }
@@ -548,6 +566,9 @@ private:
         else aPass.Execute(0, 1);
     }
 
+    // Where the intermediate holds column x of row y.
+    const TWidePixel* Wide(uint64_t aY, uint64_t aX) const { return wide_.get() + ((aY >> 3) * width_ + aX) * 8 + (aY & 7); }
+
     // Lines beyond aCount repeat the last one: they are computed and not written.
     void RowGroup(uint32_t aFirst, uint32_t aCount, v4df* aW) const {
         const TPixelChannel* in[kGroup];
@@ -555,47 +576,34 @@ private:
         for (uint32_t g = 0; g < kGroup; ++g) {
             const uint64_t row = aFirst + std::min(g, aCount - 1);
             in[g] = source_ + row * sourceStride_;
-            out[g] = wide_.get() + row * width_;
+            out[g] = const_cast<TWidePixel*>(Wide(row, 0));  // column x at 8x further on
         }
         RecursiveWalk<kGroup>(
             rows_, [&](uint32_t g, uint32_t j) { return PreMulLinearD4(table_, in[g][j]); },
             [&](uint32_t j, const v4df* y) {
-                for (uint32_t g = 0; g < aCount; ++g) StoreWideFromRecursive(out[g] + j, y[g]);
+                for (uint32_t g = 0; g < aCount; ++g) StoreWideFromRecursive(out[g] + uint64_t(j) * 8, y[g]);
             },
             aW);
     }
 
-    // Where row j of column c lies in a tile: blocks of eight rows, each column's eight in
-    // one cache line, so that copying a block fills one page and each column reads on.
-    static uint64_t TileIndex(uint32_t aColumn, uint64_t aRow) {
-        return ((aRow >> 3) * kTileColumns + aColumn) * 8 + (aRow & 7);
-    }
-    static uint64_t TileLength(uint64_t aRows) { return (aRows + 7) / 8 * 8 * kTileColumns; }
-
-    // aCount (at most kTileColumns) columns from aFirst: copied into aTile, then walked eight
-    // at a time.
-    void ColumnTile(uint32_t aFirst, uint32_t aCount, TWidePixel* aTile, v4df* aW) const {
-        const uint64_t H = columns_.length;
-        for (uint64_t j = 0; j < H; ++j) {
-            const TWidePixel* row = wide_.get() + j * width_ + aFirst;
-            // A row further down, a cache line at a time: each row is in a page of its own,
-            // which the hardware prefetcher does not enter.
-            const TWidePixel* ahead = wide_.get() + std::min(j + kPrefetchRows, H - 1) * width_ + aFirst;
-            for (uint32_t c = 0; c < aCount; c += 8) _mm_prefetch(reinterpret_cast<const char*>(ahead + c), _MM_HINT_T0);
-            for (uint32_t c = 0; c < aCount; ++c) aTile[TileIndex(c, j)] = row[c];
-        }
-        for (uint32_t c0 = 0; c0 < aCount; c0 += kGroup) {
-            const uint32_t count = std::min(kGroup, aCount - c0);
-            uint32_t column[kGroup];
-            for (uint32_t g = 0; g < kGroup; ++g) column[g] = c0 + std::min(g, count - 1);
-            TPixelChannel* out = target_ + aFirst + c0;
-            RecursiveWalk<kGroup>(
-                columns_, [&](uint32_t g, uint32_t j) { return FromWideSigned4(aTile + TileIndex(column[g], j)); },
-                [&](uint32_t j, const v4df* y) __attribute__((always_inline)) {
-                    DeMulSRGBRecursive8(table_, y, out + j * width_, count);
-                },
-                aW);
-        }
+    void ColumnGroup(uint32_t aFirst, uint32_t aCount, v4df* aW) const {
+        const uint32_t H = columns_.length;
+        uint32_t column[kGroup];
+        for (uint32_t g = 0; g < kGroup; ++g) column[g] = aFirst + std::min(g, aCount - 1);
+        TPixelChannel* out = target_ + aFirst;
+        RecursiveWalk<kGroup>(
+            columns_,
+            [&](uint32_t g, uint32_t j) {
+                // Each block of eight rows is in pages of its own, which the hardware
+                // prefetcher does not enter: ask for the lane's line two blocks ahead.
+                if ((j & 7) == 0)
+                    _mm_prefetch(reinterpret_cast<const char*>(Wide(std::min(j + 16, H - 1), column[g])), _MM_HINT_T0);
+                return FromWideSigned4(Wide(j, column[g]));
+            },
+            [&](uint32_t j, const v4df* y) __attribute__((always_inline)) {
+                DeMulSRGBRecursive8(table_, y, out + j * width_, aCount);
+            },
+            aW);
     }
 
     const TSRGBFloatRecord* table_;
@@ -604,7 +612,7 @@ private:
     TPixelChannel* target_;
     CRecursiveBlurRGBA rows_, columns_;
     uint64_t width_;  // E, of the intermediate and the target
-    std::unique_ptr<TWidePixel[]> wide_;
+    CAlignedArray<TWidePixel> wide_;
 };
 
 #pragma GCC pop_options
