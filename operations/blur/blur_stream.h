@@ -360,13 +360,22 @@ private:
 
 using v4df = double __attribute__((vector_size(32)));
 
-// PreMulLinearD in one vector.
-inline v4df PreMulLinearD4(const TSRGBFloatRecord* aTable, TPixelChannel aPixel) {
-    const double a = double(float(aPixel.bA) * kInv255);
-    const __m128 c = _mm_setr_ps(aTable->toLinear[aPixel.bB], aTable->toLinear[aPixel.bG],
-                                 aTable->toLinear[aPixel.bR], 1.0f);
-    return v4df(_mm256_cvtps_pd(c)) * a;
-}
+// PreMulLinearD with its two factors looked up already widened: the table entries and the
+// alpha factor of every byte as doubles.
+struct SLinearDoubles {
+    double linear[256];
+    double alpha[256];
+    explicit SLinearDoubles(const TSRGBFloatRecord* aTable) {
+        for (int i = 0; i < 256; ++i) {
+            linear[i] = double(aTable->toLinear[i]);
+            alpha[i] = double(float(i) * kInv255);
+        }
+    }
+    v4df Read(TPixelChannel aPixel) const {
+        const v4df c = {linear[aPixel.bB], linear[aPixel.bG], linear[aPixel.bR], 1.0};
+        return c * alpha[aPixel.bA];
+    }
+};
 
 // CWideSrc: the signed form to float, widened to double.
 inline v4df FromWideSigned4(const TWidePixel* aPixel) {
@@ -511,7 +520,8 @@ public:
           target_(aTarget),
           rows_(aRows),
           columns_(aColumns),
-          width_(uint64_t(aRows.length) + 2 * uint64_t(aRows.border)) {}
+          width_(uint64_t(aRows.length) + 2 * uint64_t(aRows.border)),
+          doubles_(aTable) {}
 
     HRESULT Run(IThreadPool* aPool) {
         const uint32_t H = columns_.length;
@@ -579,7 +589,7 @@ private:
             out[g] = const_cast<TWidePixel*>(Wide(row, 0));  // column x at 8x further on
         }
         RecursiveWalk<kGroup>(
-            rows_, [&](uint32_t g, uint32_t j) { return PreMulLinearD4(table_, in[g][j]); },
+            rows_, [&](uint32_t g, uint32_t j) { return doubles_.Read(in[g][j]); },
             [&](uint32_t j, const v4df* y) {
                 for (uint32_t g = 0; g < aCount; ++g) StoreWideFromRecursive(out[g] + uint64_t(j) * 8, y[g]);
             },
@@ -612,6 +622,7 @@ private:
     TPixelChannel* target_;
     CRecursiveBlurRGBA rows_, columns_;
     uint64_t width_;  // E, of the intermediate and the target
+    SLinearDoubles doubles_;
     CAlignedArray<TWidePixel> wide_;
 };
 
