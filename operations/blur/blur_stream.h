@@ -106,8 +106,8 @@ inline v8u EncodeSRGB8x8(const TSRGBFloatRecord* aTable, v8f aV) {
 
 // DeMulSRGBFromSum on the sums of eight pixels, given as four pairs of neighbours; lane by
 // lane the same operations in the same order. Writes aCount (at most eight) pixels.
-__attribute__((always_inline)) inline void DeMulSRGB8(const TSRGBFloatRecord* aTable, const v8f* aPairs, float aInv, TPixelChannel* aOut,
-                       uint32_t aCount) {
+__attribute__((always_inline)) inline void DeMulSRGB8(const TSRGBFloatRecord* aTable, const v8f* aPairs, float aInv,
+                                                      TPixelChannel* aOut, uint32_t aCount) {
     // One channel per vector, pixels in the order 0 2 4 6 | 1 3 5 7.
     const __m256 t0 = _mm256_unpacklo_ps(__m256(aPairs[0]), __m256(aPairs[1]));
     const __m256 t1 = _mm256_unpackhi_ps(__m256(aPairs[0]), __m256(aPairs[1]));
@@ -199,17 +199,19 @@ private:
     uint64_t RingStride() const { return 2 * pairs_; }
     TWidePixel* RingRow(uint64_t aRow) const { return ring_.get() + (aRow & ringMask_) * RingStride(); }
 
-    // On the pool only when every thread gets at least one line (see RunTask).
+    // On the pool only when every thread gets at least one line (see RunTask). The share
+    // count is the one the row groups' memory was sized for, whatever the pool's size is by now.
     template <class Task>
     static void Execute(IThreadPool* aPool, uint32_t aThreads, Task& aTask, uint32_t aLines) {
-        if (aPool && aThreads > 1 && aThreads <= aLines) aPool->Execute(0, &aTask);
+        if (aPool && aThreads > 1 && aThreads <= aLines) aPool->Execute(aThreads, &aTask);
         else aTask.Execute(0, 1);
     }
 
     // Rows [first, end) of the image into the ring.
     class CRowsTask final : public CStackUnknown<IThreadedTask> {
     public:
-        CRowsTask(const CStreamedBlur& aBlur, uint64_t aFirst, uint64_t aEnd) : b_(aBlur), first_(aFirst), end_(aEnd) {}
+        CRowsTask(const CStreamedBlur& aBlur, uint64_t aFirst, uint64_t aEnd)
+            : b_(aBlur), first_(aFirst), end_(aEnd) {}
         HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
             const SShare share = BlurShare(aIndex, aTotal, uint32_t(end_ - first_));
             if (!share.any) return S_FALSE;
@@ -226,7 +228,8 @@ private:
     // Outputs [first, end) of every column, a share of the column chunks each.
     class CColumnsTask final : public CStackUnknown<IThreadedTask> {
     public:
-        CColumnsTask(const CStreamedBlur& aBlur, uint64_t aFirst, uint64_t aEnd) : b_(aBlur), first_(aFirst), end_(aEnd) {}
+        CColumnsTask(const CStreamedBlur& aBlur, uint64_t aFirst, uint64_t aEnd)
+            : b_(aBlur), first_(aFirst), end_(aEnd) {}
         HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
             const SShare share = BlurShare(aIndex, aTotal, uint32_t(b_.pairs_ / kChunkPairs));
             if (!share.any) return S_FALSE;
@@ -393,8 +396,8 @@ inline void StoreWideFromRecursive(TWidePixel* aTo, v4df aY) {
 
 // DeMulSRGBFromRecursive on eight values, lane by lane the same operations in the same
 // order. Writes aCount (at most eight) pixels.
-__attribute__((always_inline)) inline void DeMulSRGBRecursive8(const TSRGBFloatRecord* aTable, const v4df* aY, TPixelChannel* aOut,
-                                uint32_t aCount) {
+__attribute__((always_inline)) inline void DeMulSRGBRecursive8(const TSRGBFloatRecord* aTable, const v4df* aY,
+                                                               TPixelChannel* aOut, uint32_t aCount) {
     // Colours in single precision, as pairs of neighbours, then one channel per vector with
     // the pixels in the order 0 2 4 6 | 1 3 5 7.
     v8f pairs[4];
@@ -541,7 +544,8 @@ private:
     // One pass, a share of its lines each; every share has its own work array.
     class CPass final : public CStackUnknown<IThreadedTask> {
     public:
-        CPass(const CRecursiveTwoAxisBlur& aBlur, bool aRows, uint32_t aLines) : b_(aBlur), rows_(aRows), lines_(aLines) {}
+        CPass(const CRecursiveTwoAxisBlur& aBlur, bool aRows, uint32_t aLines)
+            : b_(aBlur), rows_(aRows), lines_(aLines) {}
         uint32_t Lines() const { return lines_; }
         bool OutOfMemory() const { return outOfMemory_.load(); }
 
@@ -572,12 +576,14 @@ private:
     static void RunPass(IThreadPool* aPool, CPass& aPass) {
         uint32_t threads = 0;
         if (aPool && SUCCEEDED(aPool->ThreadCount(&threads)) && threads > 1 && threads <= aPass.Lines())
-            aPool->Execute(0, &aPass);
+            aPool->Execute(threads, &aPass);
         else aPass.Execute(0, 1);
     }
 
     // Where the intermediate holds column x of row y.
-    const TWidePixel* Wide(uint64_t aY, uint64_t aX) const { return wide_.get() + ((aY >> 3) * width_ + aX) * 8 + (aY & 7); }
+    TWidePixel* Wide(uint64_t aY, uint64_t aX) const {
+        return wide_.get() + ((aY >> 3) * width_ + aX) * 8 + (aY & 7);
+    }
 
     // Lines beyond aCount repeat the last one: they are computed and not written.
     void RowGroup(uint32_t aFirst, uint32_t aCount, v4df* aW) const {
@@ -586,7 +592,7 @@ private:
         for (uint32_t g = 0; g < kGroup; ++g) {
             const uint64_t row = aFirst + std::min(g, aCount - 1);
             in[g] = source_ + row * sourceStride_;
-            out[g] = const_cast<TWidePixel*>(Wide(row, 0));  // column x at 8x further on
+            out[g] = Wide(row, 0);  // column x lies 8x entries on
         }
         RecursiveWalk<kGroup>(
             rows_, [&](uint32_t g, uint32_t j) { return doubles_.Read(in[g][j]); },
