@@ -96,6 +96,12 @@ inline void PreMulLinear8(const TSRGBFloatRecord* aTable, const TPixelChannel* a
     _mm256_storeu_ps(out + 24, _mm256_permute2f128_ps(p26, p37, 0x31));
 }
 
+// ClampForEncoder as a maximum and a minimum: the same for every value but NaN, and the
+// lanes that are kept never hold one (their alpha sum is above 0 and the colours are finite).
+inline v8f ClampForEncoder8(v8f aV) {
+    return v8f(_mm256_min_ps(_mm256_max_ps(__m256(aV), _mm256_set1_ps(kEncodeLow)), _mm256_set1_ps(kEncodeHigh)));
+}
+
 // EncodeSRGB8 on eight values; only the table look-up is per lane.
 inline v8u EncodeSRGB8x8(const TSRGBFloatRecord* aTable, v8f aV) {
     const v8u bits = v8u(aV);
@@ -121,11 +127,8 @@ __attribute__((always_inline)) inline void DeMulSRGB8(const TSRGBFloatRecord* aT
     const v8i keep = a * aInv > Splat8(kHalfStep);
     const v8f u = 1.0f / a;
     auto colour = [&](v8f s) {
-        v8f c = s * u;
-        c = c < Splat8(kEncodeLow) ? Splat8(kEncodeLow) : c;
-        c = c > Splat8(kEncodeHigh) ? Splat8(kEncodeHigh) : c;
         // Dropped pixels still pass the encoder: give it a value it accepts.
-        return EncodeSRGB8x8(aTable, keep ? c : Splat8(kEncodeLow));
+        return EncodeSRGB8x8(aTable, keep ? ClampForEncoder8(s * u) : Splat8(kEncodeLow));
     };
     const v8f alphaF = keep ? a * (aInv * 255.0f) + 0.5f : Splat8(0.0f);
     const v8u alpha = __builtin_convertvector(__builtin_convertvector(alphaF, v8i), v8u) & 255u;
@@ -422,12 +425,7 @@ __attribute__((always_inline)) inline void DeMulSRGBRecursive8(const TSRGBFloatR
     auto keepOf = [&](v4df a) { return _mm256_cvtpd_ps(__m256d(a > threshold ? one : v4df{})); };
     const v8i keep = v8f(_mm256_set_m128(keepOf(a1), keepOf(a0))) > Splat8(0.0f);
     const v8f u = v8f(_mm256_set_m128(_mm256_cvtpd_ps(__m256d(1.0 / a1)), _mm256_cvtpd_ps(__m256d(1.0 / a0))));
-    auto colour = [&](v8f y) {
-        v8f c = y * u;
-        c = c < Splat8(kEncodeLow) ? Splat8(kEncodeLow) : c;
-        c = c > Splat8(kEncodeHigh) ? Splat8(kEncodeHigh) : c;
-        return EncodeSRGB8x8(aTable, keep ? c : Splat8(kEncodeLow));
-    };
+    auto colour = [&](v8f y) { return EncodeSRGB8x8(aTable, keep ? ClampForEncoder8(y * u) : Splat8(kEncodeLow)); };
     // Kept lanes have alpha above 0, so the cut is of a positive number.
     auto alphaByte = [&](v4df a) {
         const __m128i q = _mm256_cvttpd_epi32(__m256d((a > threshold ? a : v4df{}) * 255.0 + 0.5));
