@@ -505,13 +505,12 @@ void RecursiveWalk(const CRecursiveBlurRGBA& aKernel, const Read& aRead, const W
     }
 }
 
-// The two-axis Gaussian: rows into a wide intermediate, eight side by side, then its columns
-// into the target, sixteen side by side so that each step writes a whole cache line of it.
-// The recursive filter runs each line forward to its end before it can go back, so the
-// intermediate is whole. It is stored in blocks of eight rows, the eight values of a column
-// in one cache line: eight rows write one line per step, and the columns read neighbouring
-// lines every eight rows. Stored by rows, the column pass would wait on memory and on a page
-// walk for every row.
+// The two-axis Gaussian: rows into a wide intermediate, then its columns into the target,
+// eight lines side by side in both passes. The recursive filter runs each line forward to its
+// end before it can go back, so the intermediate is whole. It is stored in blocks of eight
+// rows, the eight values of a column in one cache line: eight rows write one line per step,
+// and eight columns read eight neighbouring lines every eight rows. Stored by rows, the
+// column pass would wait on memory and on a page walk for every row.
 class CRecursiveTwoAxisBlur {
 public:
     CRecursiveTwoAxisBlur(const TSRGBFloatRecord* aTable, const TPixelChannel* aSource, uint32_t aSourceStride,
@@ -538,7 +537,7 @@ public:
     }
 
 private:
-    static constexpr uint32_t kGroup = 8, kColumnGroup = 16;
+    static constexpr uint32_t kGroup = 8;
 
     // One pass, a share of its lines each; every share has its own work array.
     class CPass final : public CStackUnknown<IThreadedTask> {
@@ -553,15 +552,14 @@ private:
             if (!share.any) return S_FALSE;
             if (share.first >= share.end) return S_OK;
             const CRecursiveBlurRGBA& kernel = rows_ ? b_.rows_ : b_.columns_;
-            const uint32_t group = rows_ ? kGroup : kColumnGroup;
-            const CAlignedArray<v4df> w = AllocateAligned<v4df>(group * kernel.WorkLength());
+            const CAlignedArray<v4df> w = AllocateAligned<v4df>(kGroup * kernel.WorkLength());
             if (!w) {
                 outOfMemory_.store(true);
                 return E_OUTOFMEMORY;
             }
-            for (uint32_t l = share.first; l < share.end; l += group) {
-                if (rows_) b_.RowGroup(l, std::min(group, share.end - l), w.get());
-                else b_.ColumnGroup(l, std::min(group, share.end - l), w.get());
+            for (uint32_t l = share.first; l < share.end; l += kGroup) {
+                if (rows_) b_.RowGroup(l, std::min(kGroup, share.end - l), w.get());
+                else b_.ColumnGroup(l, std::min(kGroup, share.end - l), w.get());
             }
             return S_OK;
         }
@@ -604,10 +602,10 @@ private:
 
     void ColumnGroup(uint32_t aFirst, uint32_t aCount, v4df* aW) const {
         const uint32_t H = columns_.length;
-        uint32_t column[kColumnGroup];
-        for (uint32_t g = 0; g < kColumnGroup; ++g) column[g] = aFirst + std::min(g, aCount - 1);
+        uint32_t column[kGroup];
+        for (uint32_t g = 0; g < kGroup; ++g) column[g] = aFirst + std::min(g, aCount - 1);
         TPixelChannel* out = target_ + aFirst;
-        RecursiveWalk<kColumnGroup>(
+        RecursiveWalk<kGroup>(
             columns_,
             [&](uint32_t g, uint32_t j) {
                 // Each block of eight rows is in pages of its own, which the hardware
@@ -617,8 +615,7 @@ private:
                 return FromWideSigned4(Wide(j, column[g]));
             },
             [&](uint32_t j, const v4df* y) __attribute__((always_inline)) {
-                DeMulSRGBRecursive8(table_, y, out + j * width_, std::min(aCount, 8u));
-                if (aCount > 8) DeMulSRGBRecursive8(table_, y + 8, out + j * width_ + 8, aCount - 8);
+                DeMulSRGBRecursive8(table_, y, out + j * width_, aCount);
             },
             aW);
     }
