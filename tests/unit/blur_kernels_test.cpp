@@ -725,6 +725,7 @@ TEST(BlurStreamed, GivesTheTwoPassesPixelsBitForBit) {
     def.n = 0x80336699;
     const float a = float(def.bA) * 0.003921569f;
     const float side[4] = {a * t->toLinear[def.bB], a * t->toLinear[def.bG], a * t->toLinear[def.bR], a};
+    const uint32_t threadsBefore = zthost::ThreadCount();
     zthost::SetThreadCount(3);
     ComPtr<IThreadPool> pool = zthost::Create<IThreadPool>(CLSID_ThreadPool);
     // Small and odd sizes, reaches longer than the lines, and heights that wrap the ring.
@@ -750,5 +751,5 @@ TEST(BlurStreamed, GivesTheTwoPassesPixelsBitForBit) {
                                       CRecursiveBlurRGBA(h, r, nullptr, nullptr), p);
         }
     }
-    zthost::SetThreadCount(0);
+    zthost::SetThreadCount(threadsBefore);
 }
