@@ -1,7 +1,10 @@
 // Stack helpers for reaching a raster image: its default pixel, a locked buffer for
-// reading, and a new buffer that is freed unless it is handed over.
+// reading, a new buffer that is freed unless it is handed over, and scratch memory of a run.
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
 #include <new>
 
 #include "frame/object.h"
@@ -104,6 +107,45 @@ private:
     IDocumentRasterImage* image_;
     TImageSize size_;
     TPixelChannel* pixels_ = nullptr;
+    ZTPixelDeleter deleter_ = nullptr;
+};
+
+// Scratch memory of a run, at least aBytes long, never handed over. It comes from the
+// document's pixel allocator, which is made for blocks of image size: the reference host backs
+// large ones with huge pages, whose first touch costs a fraction of what the heap's small
+// pages cost. Where the document refuses it comes from the heap, aligned to a cache line.
+// Null when neither has the memory.
+class CScratchBuffer {
+public:
+    CScratchBuffer(IDocumentRasterImage* aImage, uint64_t aBytes) {
+        const uint64_t pixels = std::max<uint64_t>((aBytes + sizeof(TPixelChannel) - 1) / sizeof(TPixelChannel), 1);
+        // Rows of 4096 pixels keep both sides within 32 bits for any block the heap could give.
+        const uint64_t width = std::min<uint64_t>(pixels, 4096), height = (pixels + width - 1) / width;
+        TPixelChannel* block = nullptr;
+        if (aImage && height <= UINT32_MAX &&
+            SUCCEEDED(aImage->BufferAllocate({uint32_t(width), uint32_t(height)}, &block, &deleter_)) && block &&
+            deleter_) {
+            data_ = block;
+            return;
+        }
+        if (block && deleter_) deleter_(block);
+        deleter_ = nullptr;
+        if (aBytes <= UINT64_MAX - 63) data_ = std::aligned_alloc(64, std::max<uint64_t>((aBytes + 63) / 64 * 64, 64));
+    }
+    ~CScratchBuffer() {
+        if (deleter_) deleter_(data_);
+        else std::free(data_);
+    }
+    CScratchBuffer(const CScratchBuffer&) = delete;
+    CScratchBuffer& operator=(const CScratchBuffer&) = delete;
+
+    template <class T>
+    T* As() const {
+        return static_cast<T*>(data_);
+    }
+
+private:
+    void* data_ = nullptr;
     ZTPixelDeleter deleter_ = nullptr;
 };
 

@@ -8,6 +8,8 @@
 #include <new>
 #include <vector>
 
+#include <sys/mman.h>
+
 #include "host/masks.h"
 #include "host/object.h"
 #include "host/zthost.h"
@@ -64,10 +66,17 @@ void FreePixels(void* aPixels) { std::free(aPixels); }
 
 std::atomic<uint64_t> g_bufferLimit{UINT64_MAX};
 
-// At least one pixel, so that an empty request still gets a buffer to hand back.
+// At least one pixel, so that an empty request still gets a buffer to hand back. Large
+// buffers are aligned to huge pages and advised as such: their first touch then faults once
+// per 2 MiB instead of once per 4 KiB, which on a large image is a good part of a blur's time.
 TPixelChannel* NewPixels(uint64_t aCount) {
     if (aCount > kMaxPixels) return nullptr;
-    return static_cast<TPixelChannel*>(std::malloc(std::max<uint64_t>(aCount, 1) * sizeof(TPixelChannel)));
+    constexpr size_t kHugePage = size_t(2) << 20;
+    const size_t bytes = std::max<uint64_t>(aCount, 1) * sizeof(TPixelChannel);
+    if (bytes < 2 * kHugePage) return static_cast<TPixelChannel*>(std::malloc(bytes));
+    void* pixels = std::aligned_alloc(kHugePage, (bytes + kHugePage - 1) / kHugePage * kHugePage);
+    if (pixels) madvise(pixels, bytes, MADV_HUGEPAGE);  // only advice: a refusal changes nothing
+    return static_cast<TPixelChannel*>(pixels);
 }
 
 struct Buffer {

@@ -138,6 +138,7 @@ struct SRecursiveMaker {
 };
 
 struct SPlanarRun {
+    IDocumentRasterImage* image;  // whose allocator gives the intermediate
     const TSRGBFloatRecord* table;
     const TPixelChannel* source;
     uint32_t sourceStride;
@@ -175,8 +176,11 @@ HRESULT RunPlanar(const SPlanarRun& aRun, const Maker& aMake) {
         ComPtr<IThreadPool> pool = aRun.usePool ? HostCreate<IThreadPool>(CLSID_ThreadPool) : nullptr;
         const Kernel rows = aMake(W, aRun.left, aRun.right), columns = aMake(H, aRun.top, aRun.bottom);
         if constexpr (kIsRecursive<Kernel>) {
+            const CScratchBuffer wide(aRun.image,
+                                      CRecursiveTwoAxisBlur::IntermediateLength(rows, columns) * sizeof(TWidePixel));
+            if (!wide.As<TWidePixel>()) return E_OUTOFMEMORY;
             return CRecursiveTwoAxisBlur(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows, columns)
-                .Run(pool);
+                .Run(pool, wide.As<TWidePixel>());
         } else {
             return CStreamedBlur<Kernel>(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows, columns)
                 .Run(pool);
@@ -186,15 +190,17 @@ HRESULT RunPlanar(const SPlanarRun& aRun, const Maker& aMake) {
     // columns, a group of neighbours at a time, into the columns of the target. Every pass
     // reads and writes runs of neighbouring pixels; the values are those of an intermediate
     // stored by columns.
-    std::unique_ptr<TWidePixel[]> wide(new TWidePixel[size_t(E) * H]);
+    const CScratchBuffer scratch(aRun.image, uint64_t(E) * H * sizeof(TWidePixel));
+    TWidePixel* const wide = scratch.As<TWidePixel>();
+    if (!wide) return E_OUTOFMEMORY;
     {
         CBlurTask<CFloatSRGBPreMulSrc, CWideRowDst, Kernel> rows({aRun.table, aRun.source, aRun.sourceStride},
-                                                                 {wide.get(), E}, aMake(W, aRun.left, aRun.right), H);
+                                                                 {wide, E}, aMake(W, aRun.left, aRun.right), H);
         const HRESULT hr = RunBlurTask(rows, H, aRun.usePool);
         if (FAILED(hr)) return hr;
     }
     using WideSrc = std::conditional_t<kIsRecursive<Kernel>, CWideColumnSrc, CFloatWideColumnSrc>;
-    CBlurTask<WideSrc, CFloatSRGBDeMulTransposingDst, Kernel> columns({wide.get(), E}, {aRun.table, aRun.target, E},
+    CBlurTask<WideSrc, CFloatSRGBDeMulTransposingDst, Kernel> columns({wide, E}, {aRun.table, aRun.target, E},
                                                                       aMake(H, aRun.top, aRun.bottom), E);
     return RunBlurTask(columns, E, aRun.usePool);
 }
@@ -261,6 +267,7 @@ HRESULT ActivateBlur(IDocument* aDocument, IConfig* aConfig) {
         const SSide fixed{defaultF, defaultD}, edge{nullptr, nullptr};
 
         SPlanarRun run;
+        run.image = image.get();
         run.table = table;
         run.source = source.At(int32_t(ax.origin), int32_t(ay.origin));
         run.sourceStride = source.allocSize.nX;

@@ -524,11 +524,16 @@ public:
           width_(uint64_t(aRows.length) + 2 * uint64_t(aRows.border)),
           doubles_(aTable) {}
 
-    HRESULT Run(IThreadPool* aPool) {
+    // Wide pixels of the intermediate that Run needs: E columns of the rows in whole blocks.
+    static uint64_t IntermediateLength(const CRecursiveBlurRGBA& aRows, const CRecursiveBlurRGBA& aColumns) {
+        return (uint64_t(aColumns.length) + 7) / 8 * 8 * (uint64_t(aRows.length) + 2 * uint64_t(aRows.border));
+    }
+
+    // aIntermediate holds IntermediateLength() wide pixels.
+    HRESULT Run(IThreadPool* aPool, TWidePixel* aIntermediate) {
         const uint32_t H = columns_.length;
         if (H == 0 || rows_.length == 0) return S_OK;
-        wide_ = AllocateAligned<TWidePixel>((uint64_t(H) + 7) / 8 * 8 * width_);
-        if (!wide_) return E_OUTOFMEMORY;
+        wide_ = aIntermediate;
         CPass rows(*this, true, H), columns(*this, false, uint32_t(width_));
         RunPass(aPool, rows);
         if (rows.OutOfMemory()) return E_OUTOFMEMORY;
@@ -580,7 +585,7 @@ private:
 
     // Where the intermediate holds column x of row y.
     TWidePixel* Wide(uint64_t aY, uint64_t aX) const {
-        return wide_.get() + ((aY >> 3) * width_ + aX) * 8 + (aY & 7);
+        return wide_ + ((aY >> 3) * width_ + aX) * 8 + (aY & 7);
     }
 
     // Lines beyond aCount repeat the last one: they are computed and not written.
@@ -627,7 +632,7 @@ private:
     CRecursiveBlurRGBA rows_, columns_;
     uint64_t width_;  // E, of the intermediate and the target
     SLinearDoubles doubles_;
-    CAlignedArray<TWidePixel> wide_;
+    TWidePixel* wide_ = nullptr;
 };
 
 #pragma GCC pop_options

@@ -706,7 +706,9 @@ void ExpectStreamedAsTwoPasses(uint32_t aW, uint32_t aH, const Kernel& aRows, co
     const auto expected = TwoPasses(image, stride, aRows, aColumns);
     std::vector<TPixelChannel> out(expected.size());
     if constexpr (kIsRecursive<Kernel>) {
-        ASSERT_EQ(S_OK, CRecursiveTwoAxisBlur(Table(), image.data(), stride, out.data(), aRows, aColumns).Run(aPool));
+        std::vector<TWidePixel> wide(CRecursiveTwoAxisBlur::IntermediateLength(aRows, aColumns));
+        ASSERT_EQ(S_OK, CRecursiveTwoAxisBlur(Table(), image.data(), stride, out.data(), aRows, aColumns)
+                            .Run(aPool, wide.data()));
     } else {
         ASSERT_EQ(S_OK, CStreamedBlur<Kernel>(Table(), image.data(), stride, out.data(), aRows, aColumns).Run(aPool));
     }

@@ -445,6 +445,29 @@ TEST(BlurOperation, WrongTypeOrNoMemoryLeavesTheImage) {
     EXPECT_EQ(0u, State(doc).bufferReplaceCount);
 }
 
+TEST(BlurOperation, IntermediateRefusedByTheDocumentComesFromTheHeap) {
+    // The two-axis passes ask the document for their intermediate first. A document that has
+    // room for the target only (60 x 44 grown by 2 x 3) must give the same pixels.
+    const auto pixels = Pattern(60 * 44, 7);
+    for (const char* method : {"0", "3"}) {
+        for (int streamed = 0; streamed < 2; ++streamed) {
+            std::vector<TPixelChannel> result[2];
+            for (int limited = 0; limited < 2; ++limited) {
+                gStreamedBlurAllowed = streamed == 1;
+                auto doc = PixelDocument({60, 44}, {0, 0}, {60, 44}, pixels);
+                zthost::SetBufferLimit(limited ? 66 * 50 : UINT64_MAX);
+                const HRESULT hr = RunBlur(doc, Config({{"Method", method}, {"Radius", "3"}}));
+                zthost::SetBufferLimit(UINT64_MAX);
+                gStreamedBlurAllowed = true;
+                ASSERT_EQ(S_OK, hr) << method;
+                result[limited] = State(doc).content;
+            }
+            ASSERT_EQ(result[0].size(), result[1].size());
+            for (size_t i = 0; i < result[0].size(); ++i) ASSERT_EQ(result[0][i].n, result[1][i].n) << method << " " << i;
+        }
+    }
+}
+
 // ---------------------------------------------------------------- radial and zoom
 
 TEST(BlurRadial, StepConstantsAreTheBlursOwn) {
