@@ -175,14 +175,23 @@ HRESULT RunPlanar(const SPlanarRun& aRun, const Maker& aMake) {
     if (StreamedBlurAvailable()) {
         ComPtr<IThreadPool> pool = aRun.usePool ? HostCreate<IThreadPool>(CLSID_ThreadPool) : nullptr;
         const Kernel rows = aMake(W, aRun.left, aRun.right), columns = aMake(H, aRun.top, aRun.bottom);
+        const bool wideLookups = WideLookupsAvailable();
         if constexpr (kIsRecursive<Kernel>) {
-            const CScratchBuffer wide(aRun.image,
-                                      CRecursiveTwoAxisBlur::IntermediateLength(rows, columns) * sizeof(TWidePixel));
-            if (!wide.As<TWidePixel>()) return E_OUTOFMEMORY;
-            return CRecursiveTwoAxisBlur(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows, columns)
-                .Run(pool, wide.As<TWidePixel>());
+            const CScratchBuffer scratch(aRun.image, RecursiveIntermediateLength(rows, columns) * sizeof(TWidePixel));
+            TWidePixel* const wide = scratch.As<TWidePixel>();
+            if (!wide) return E_OUTOFMEMORY;
+            if (wideLookups)
+                return avx512::CRecursiveTwoAxisBlur(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows,
+                                                     columns)
+                    .Run(pool, wide);
+            return avx2::CRecursiveTwoAxisBlur(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows, columns)
+                .Run(pool, wide);
         } else {
-            return CStreamedBlur<Kernel>(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows, columns)
+            if (wideLookups)
+                return avx512::CStreamedBlur<Kernel>(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows,
+                                                     columns)
+                    .Run(pool);
+            return avx2::CStreamedBlur<Kernel>(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows, columns)
                 .Run(pool);
         }
     }

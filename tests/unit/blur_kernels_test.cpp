@@ -705,20 +705,109 @@ void ExpectStreamedAsTwoPasses(uint32_t aW, uint32_t aH, const Kernel& aRows, co
     const auto image = RandomPixels(size_t(stride) * aH, aW * 131 + aH);
     const auto expected = TwoPasses(image, stride, aRows, aColumns);
     std::vector<TPixelChannel> out(expected.size());
-    if constexpr (kIsRecursive<Kernel>) {
-        std::vector<TWidePixel> wide(CRecursiveTwoAxisBlur::IntermediateLength(aRows, aColumns));
-        ASSERT_EQ(S_OK, CRecursiveTwoAxisBlur(Table(), image.data(), stride, out.data(), aRows, aColumns)
-                            .Run(aPool, wide.data()));
-    } else {
-        ASSERT_EQ(S_OK, CStreamedBlur<Kernel>(Table(), image.data(), stride, out.data(), aRows, aColumns).Run(aPool));
+    // The AVX2 form, and the AVX-512 form where the processor has it.
+    for (int form = 0; form < (WideLookupsAvailable() ? 2 : 1); ++form) {
+        std::fill(out.begin(), out.end(), TPixelChannel{});
+        if constexpr (kIsRecursive<Kernel>) {
+            std::vector<TWidePixel> wide(RecursiveIntermediateLength(aRows, aColumns));
+            const HRESULT hr =
+                form == 0
+                    ? avx2::CRecursiveTwoAxisBlur(Table(), image.data(), stride, out.data(), aRows, aColumns)
+                          .Run(aPool, wide.data())
+                    : avx512::CRecursiveTwoAxisBlur(Table(), image.data(), stride, out.data(), aRows, aColumns)
+                          .Run(aPool, wide.data());
+            ASSERT_EQ(S_OK, hr);
+        } else {
+            const HRESULT hr =
+                form == 0
+                    ? avx2::CStreamedBlur<Kernel>(Table(), image.data(), stride, out.data(), aRows, aColumns).Run(aPool)
+                    : avx512::CStreamedBlur<Kernel>(Table(), image.data(), stride, out.data(), aRows, aColumns)
+                          .Run(aPool);
+            ASSERT_EQ(S_OK, hr);
+        }
+        for (size_t i = 0; i < out.size(); ++i)
+            ASSERT_EQ(expected[i].n, out[i].n)
+                << (form ? "AVX-512 " : "AVX2 ") << aW << "x" << aH << " reach " << ReachOf(aRows) << "/"
+                << ReachOf(aColumns) << " pixel " << i % (aW + 2 * ReachOf(aRows)) << ","
+                << i / (aW + 2 * ReachOf(aRows));
     }
-    for (size_t i = 0; i < out.size(); ++i)
-        ASSERT_EQ(expected[i].n, out[i].n) << aW << "x" << aH << " reach " << ReachOf(aRows) << "/"
-                                           << ReachOf(aColumns) << " pixel " << i % (aW + 2 * ReachOf(aRows)) << ","
-                                           << i / (aW + 2 * ReachOf(aRows));
+}
+
+// The AVX-512 look-ups, called from code of their own target.
+#define ZT_WIDE_TARGET __attribute__((target("avx2,avx512f,avx512bw,avx512vl,avx512vbmi")))
+
+ZT_WIDE_TARGET void WideLinearRow(const TPixelChannel* aIn, v4f* aOut, uint64_t aCount) {
+    const avx512::CLinearRow linear(Table());
+    linear(aIn, aOut, aCount);
+}
+
+// EncodeSRGB8x8 of both forms over a run of values, eight at a time.
+ZT_WIDE_TARGET void WideEncode(const float* aIn, uint8_t* aOut, size_t aCount) {
+    const avx512::CEncoderEntries entries(Table());
+    for (size_t i = 0; i < aCount; i += 8) {
+        v8f v;
+        std::memcpy(&v, aIn + i, sizeof v);
+        const v8u bytes = avx512::EncodeSRGB8x8(entries, v);
+        for (int k = 0; k < 8; ++k) aOut[i + k] = uint8_t(bytes[k]);
+    }
+}
+__attribute__((target("avx2"))) void NarrowEncode(const float* aIn, uint8_t* aOut, size_t aCount) {
+    const avx2::CEncoderEntries entries(Table());
+    for (size_t i = 0; i < aCount; i += 8) {
+        v8f v;
+        std::memcpy(&v, aIn + i, sizeof v);
+        const v8u bytes = avx2::EncodeSRGB8x8(entries, v);
+        for (int k = 0; k < 8; ++k) aOut[i + k] = uint8_t(bytes[k]);
+    }
 }
 
 }  // namespace
+
+TEST(BlurStreamed, PermutedTableReadsEveryPixelAsTheScalarSource) {
+    if (!WideLookupsAvailable()) GTEST_SKIP() << "no AVX-512 with byte permutes on this processor";
+    // Every byte in every channel, alpha included, at every place of a run of sixteen, and a
+    // tail shorter than sixteen.
+    std::vector<TPixelChannel> in(256 * 4 + 13);
+    for (size_t i = 0; i < in.size(); ++i) {
+        const uint8_t b = uint8_t(i), c = uint8_t(i * 7 + 3);
+        switch (i / 256) {
+            case 0: in[i].n = uint32_t(b) | uint32_t(c) << 8 | uint32_t(255 - b) << 16 | uint32_t(c ^ 0x5A) << 24; break;
+            case 1: in[i].n = uint32_t(c) | uint32_t(b) << 8 | uint32_t(c) << 16 | uint32_t(b) << 24; break;
+            case 2: in[i].n = uint32_t(255 - c) | uint32_t(c) << 8 | uint32_t(b) << 16 | 0xFFu << 24; break;
+            default: in[i].n = uint32_t(i * 2654435761u); break;
+        }
+    }
+    std::vector<v4f> out(in.size());
+    WideLinearRow(in.data(), out.data(), in.size());
+    for (size_t i = 0; i < in.size(); ++i) {
+        const v4f want = PreMulLinearF(Table(), in[i]);
+        for (int c = 0; c < 4; ++c) ASSERT_EQ(Bits(want[c]), Bits(out[i][c])) << "pixel " << i << " lane " << c;
+    }
+}
+
+TEST(BlurStreamed, BothEncoderFormsAgreeWithTheScalarEncoder) {
+    if (!StreamedBlurAvailable()) GTEST_SKIP() << "no AVX2 on this processor";
+    // Every entry of the table at several points of its step, and both ends of the clamp.
+    std::vector<float> in;
+    for (uint32_t bits = 0x39000000u; bits <= 0x3F7FFFFFu; bits += 0x1F3A7u) {
+        float v;
+        std::memcpy(&v, &bits, sizeof v);
+        in.push_back(v);
+    }
+    in.push_back(kEncodeLow);
+    in.push_back(kEncodeHigh);
+    while (in.size() % 8) in.push_back(0.5f);
+    std::vector<uint8_t> narrow(in.size()), wide(in.size());
+    NarrowEncode(in.data(), narrow.data(), in.size());
+    if (WideLookupsAvailable()) WideEncode(in.data(), wide.data(), in.size());
+    const bool wideToo = WideLookupsAvailable();
+    for (size_t i = 0; i < in.size(); ++i) {
+        ASSERT_EQ(EncodeSRGB8(Table(), in[i]), narrow[i]) << in[i];
+        if (wideToo) {
+            ASSERT_EQ(EncodeSRGB8(Table(), in[i]), wide[i]) << in[i];
+        }
+    }
+}
 
 TEST(BlurStreamed, GivesTheTwoPassesPixelsBitForBit) {
     if (!StreamedBlurAvailable()) GTEST_SKIP() << "no AVX2 on this processor";

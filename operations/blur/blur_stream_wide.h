@@ -1,0 +1,694 @@
+// The two-axis blur on wide vectors, included twice by blur_stream.h: once compiled for
+// AVX2 and once for AVX-512 with byte permutes (VBMI). Only the table look-ups differ between
+// the two (gathers there, permutes of tables held in registers here); everything else is the
+// same text. Not a header of its own: it includes nothing and opens no namespace.
+
+inline v8f Splat8(float a) { return v8f{a, a, a, a, a, a, a, a}; }
+inline v8f PairOf(v4f a) { return v8f{a[0], a[1], a[2], a[3], a[0], a[1], a[2], a[3]}; }
+
+// Two neighbouring wide pixels as CFloatWideSrc reads them.
+inline v8f FloatPairFromWide(const TWidePixel* aPair) {
+    const __m256i w = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(aPair)));
+    return v8f(_mm256_cvtepi32_ps(w)) * kFromWideUnsigned;
+}
+
+// WideFromSum with the conversions of one vector each.
+inline void StoreWideFromSum(TWidePixel* aTo, v4f aSum, double aScale) {
+    const __m256d scaled = _mm256_mul_pd(_mm256_cvtps_pd(__m128(aSum)), _mm256_set1_pd(aScale));
+    const __m128i q = _mm_and_si128(_mm256_cvttpd_epi32(scaled), _mm_set1_epi32(0xFFFF));  // low 16 bits
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(aTo), _mm_packus_epi32(q, q));
+}
+
+#if ZT_BLUR_PERMUTED_TABLES
+// PreMulLinearF of a run of stored pixels, sixteen at a time. The 256 floats of the table
+// are held as four planes of bytes (byte k of every entry) in sixteen registers; three byte
+// permutes look up one plane for all 64 bytes of sixteen pixels, and unpacking the four
+// planes puts the floats back together, one pixel per 128-bit lane, already in pixel form.
+class CLinearRow {
+public:
+    explicit CLinearRow(const TSRGBFloatRecord* aTable) : table_(aTable) {
+        alignas(64) uint8_t planes[4][256];
+        for (int i = 0; i < 256; ++i) {
+            uint32_t bits;
+            std::memcpy(&bits, &aTable->toLinear[i], sizeof bits);
+            for (int k = 0; k < 4; ++k) planes[k][i] = uint8_t(bits >> (8 * k));
+        }
+        for (int k = 0; k < 4; ++k)
+            for (int h = 0; h < 4; ++h) plane_[k][h] = _mm512_load_si512(planes[k] + 64 * h);
+    }
+
+    void operator()(const TPixelChannel* aIn, v4f* aOut, uint64_t aCount) const {
+        uint64_t j = 0;
+        for (; j + 16 <= aCount; j += 16) Sixteen(aIn + j, aOut + j);
+        for (; j < aCount; ++j) aOut[j] = PreMulLinearF(table_, aIn[j]);
+    }
+
+private:
+    void Sixteen(const TPixelChannel* aIn, v4f* aOut) const {
+        const __m512i px = _mm512_loadu_si512(aIn);
+        const __mmask64 upper = _mm512_movepi8_mask(px);  // bytes of the table's upper half
+        __m512i plane[4];
+        for (int k = 0; k < 4; ++k)
+            plane[k] = _mm512_mask_blend_epi8(upper, _mm512_permutex2var_epi8(plane_[k][0], px, plane_[k][1]),
+                                              _mm512_permutex2var_epi8(plane_[k][2], px, plane_[k][3]));
+        const __m512i w01lo = _mm512_unpacklo_epi8(plane[0], plane[1]), w01hi = _mm512_unpackhi_epi8(plane[0], plane[1]);
+        const __m512i w23lo = _mm512_unpacklo_epi8(plane[2], plane[3]), w23hi = _mm512_unpackhi_epi8(plane[2], plane[3]);
+        // f[j], lane L: the entries of blue, green, red and alpha of pixel 4L + j.
+        const __m512i f[4] = {_mm512_unpacklo_epi16(w01lo, w23lo), _mm512_unpackhi_epi16(w01lo, w23lo),
+                              _mm512_unpacklo_epi16(w01hi, w23hi), _mm512_unpackhi_epi16(w01hi, w23hi)};
+        const __m512 a = _mm512_mul_ps(_mm512_cvtepi32_ps(_mm512_srli_epi32(px, 24)), _mm512_set1_ps(kInv255));
+        __m512 p[4];
+        for (int j = 0; j < 4; ++j) {
+            // The alpha lane multiplies 1.0, which gives a itself.
+            const __m512 colours = _mm512_mask_blend_ps(0x8888, _mm512_castsi512_ps(f[j]), _mm512_set1_ps(1.0f));
+            const __m512i spread = _mm512_setr_epi32(j, j, j, j, 4 + j, 4 + j, 4 + j, 4 + j, 8 + j, 8 + j, 8 + j,
+                                                     8 + j, 12 + j, 12 + j, 12 + j, 12 + j);
+            p[j] = _mm512_mul_ps(colours, _mm512_permutexvar_ps(spread, a));
+        }
+        // Lane L of p[j] is pixel 4L + j: a 4 x 4 transpose of the lanes puts them in order.
+        const __m512 t0 = _mm512_shuffle_f32x4(p[0], p[1], _MM_SHUFFLE(1, 0, 1, 0));
+        const __m512 t1 = _mm512_shuffle_f32x4(p[0], p[1], _MM_SHUFFLE(3, 2, 3, 2));
+        const __m512 t2 = _mm512_shuffle_f32x4(p[2], p[3], _MM_SHUFFLE(1, 0, 1, 0));
+        const __m512 t3 = _mm512_shuffle_f32x4(p[2], p[3], _MM_SHUFFLE(3, 2, 3, 2));
+        float* out = reinterpret_cast<float*>(aOut);
+        _mm512_storeu_ps(out, _mm512_shuffle_f32x4(t0, t2, _MM_SHUFFLE(2, 0, 2, 0)));
+        _mm512_storeu_ps(out + 16, _mm512_shuffle_f32x4(t0, t2, _MM_SHUFFLE(3, 1, 3, 1)));
+        _mm512_storeu_ps(out + 32, _mm512_shuffle_f32x4(t1, t3, _MM_SHUFFLE(2, 0, 2, 0)));
+        _mm512_storeu_ps(out + 48, _mm512_shuffle_f32x4(t1, t3, _MM_SHUFFLE(3, 1, 3, 1)));
+    }
+
+    const TSRGBFloatRecord* table_;
+    __m512i plane_[4][4];
+};
+
+// The encoder's entries for eight indices: its 104 entries in eight registers of sixteen,
+// four permutes of thirty-two entries each and two selections.
+class CEncoderEntries {
+public:
+    explicit CEncoderEntries(const TSRGBFloatRecord* aTable) {
+        alignas(64) uint32_t entries[128] = {};
+        std::copy(aTable->encoder, aTable->encoder + 104, entries);
+        for (int i = 0; i < 8; ++i) t_[i] = _mm512_load_si512(entries + 16 * i);
+    }
+    v8u operator()(v8u aIndex) const {
+        // The upper eight lanes select entry 0 and are not used.
+        const __m512i i = _mm512_zextsi256_si512(__m256i(aIndex));
+        const __m512i e0 = _mm512_permutex2var_epi32(t_[0], i, t_[1]), e1 = _mm512_permutex2var_epi32(t_[2], i, t_[3]);
+        const __m512i e2 = _mm512_permutex2var_epi32(t_[4], i, t_[5]), e3 = _mm512_permutex2var_epi32(t_[6], i, t_[7]);
+        const __mmask16 bit5 = _mm512_test_epi32_mask(i, _mm512_set1_epi32(32));
+        const __mmask16 bit6 = _mm512_test_epi32_mask(i, _mm512_set1_epi32(64));
+        const __m512i e = _mm512_mask_blend_epi32(bit6, _mm512_mask_blend_epi32(bit5, e0, e1),
+                                                  _mm512_mask_blend_epi32(bit5, e2, e3));
+        return v8u(_mm512_castsi512_si256(e));
+    }
+
+private:
+    __m512i t_[8];
+};
+#else
+// PreMulLinearF of a run of stored pixels, eight at a time: three gathers from the table,
+// then one pixel per four lanes again.
+class CLinearRow {
+public:
+    explicit CLinearRow(const TSRGBFloatRecord* aTable) : table_(aTable) {}
+
+    void operator()(const TPixelChannel* aIn, v4f* aOut, uint64_t aCount) const {
+        uint64_t j = 0;
+        for (; j + 8 <= aCount; j += 8) Eight(aIn + j, aOut + j);
+        for (; j < aCount; ++j) aOut[j] = PreMulLinearF(table_, aIn[j]);
+    }
+
+private:
+    void Eight(const TPixelChannel* aPixels, v4f* aOut) const {
+        const v8u px = v8u(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(aPixels)));
+        const v8f a = v8f(_mm256_cvtepi32_ps(__m256i(px >> 24))) * kInv255;
+        auto linear = [&](v8u aByte) { return v8f(_mm256_i32gather_ps(table_->toLinear, __m256i(aByte), 4)); };
+        const __m256 b = __m256(linear(px & 255u) * a), g = __m256(linear((px >> 8) & 255u) * a),
+                     r = __m256(linear((px >> 16) & 255u) * a);
+        // Back to one pixel per four lanes: a 4 x 4 transpose within each half.
+        const __m256 bg0 = _mm256_unpacklo_ps(b, g), bg1 = _mm256_unpackhi_ps(b, g);
+        const __m256 ra0 = _mm256_unpacklo_ps(r, __m256(a)), ra1 = _mm256_unpackhi_ps(r, __m256(a));
+        const __m256 p04 = _mm256_shuffle_ps(bg0, ra0, _MM_SHUFFLE(1, 0, 1, 0));
+        const __m256 p15 = _mm256_shuffle_ps(bg0, ra0, _MM_SHUFFLE(3, 2, 3, 2));
+        const __m256 p26 = _mm256_shuffle_ps(bg1, ra1, _MM_SHUFFLE(1, 0, 1, 0));
+        const __m256 p37 = _mm256_shuffle_ps(bg1, ra1, _MM_SHUFFLE(3, 2, 3, 2));
+        float* out = reinterpret_cast<float*>(aOut);
+        _mm256_storeu_ps(out, _mm256_permute2f128_ps(p04, p15, 0x20));
+        _mm256_storeu_ps(out + 8, _mm256_permute2f128_ps(p26, p37, 0x20));
+        _mm256_storeu_ps(out + 16, _mm256_permute2f128_ps(p04, p15, 0x31));
+        _mm256_storeu_ps(out + 24, _mm256_permute2f128_ps(p26, p37, 0x31));
+    }
+
+    const TSRGBFloatRecord* table_;
+};
+
+// The encoder's entries for eight indices, gathered from the table.
+class CEncoderEntries {
+public:
+    explicit CEncoderEntries(const TSRGBFloatRecord* aTable) : table_(aTable) {}
+    v8u operator()(v8u aIndex) const {
+        return v8u(_mm256_i32gather_epi32(reinterpret_cast<const int*>(table_->encoder), __m256i(aIndex), 4));
+    }
+
+private:
+    const TSRGBFloatRecord* table_;
+};
+#endif
+
+// ClampForEncoder as a maximum and a minimum: the same for every value but NaN, and the
+// lanes that are kept never hold one (their alpha sum is above 0 and the colours are finite).
+inline v8f ClampForEncoder8(v8f aV) {
+    return v8f(_mm256_min_ps(_mm256_max_ps(__m256(aV), _mm256_set1_ps(kEncodeLow)), _mm256_set1_ps(kEncodeHigh)));
+}
+
+// EncodeSRGB8 on eight values; only the table look-up is per lane.
+inline v8u EncodeSRGB8x8(const CEncoderEntries& aEntries, v8f aV) {
+    const v8u bits = v8u(aV);
+    const v8u entry = aEntries((bits - 0x39000000u) >> 20);
+    return ((((bits >> 12) & 255u) * (entry & 0xFFFFu) + ((entry >> 7) & 0x1FFFE00u)) >> 16) & 255u;
+}
+
+// DeMulSRGBFromSum on the sums of eight pixels, given as four pairs of neighbours; lane by
+// lane the same operations in the same order. Writes aCount (at most eight) pixels.
+__attribute__((always_inline)) inline void DeMulSRGB8(const CEncoderEntries& aEntries, const v8f* aPairs, float aInv,
+                                                      TPixelChannel* aOut, uint32_t aCount) {
+    // One channel per vector, pixels in the order 0 2 4 6 | 1 3 5 7.
+    const __m256 t0 = _mm256_unpacklo_ps(__m256(aPairs[0]), __m256(aPairs[1]));
+    const __m256 t1 = _mm256_unpackhi_ps(__m256(aPairs[0]), __m256(aPairs[1]));
+    const __m256 t2 = _mm256_unpacklo_ps(__m256(aPairs[2]), __m256(aPairs[3]));
+    const __m256 t3 = _mm256_unpackhi_ps(__m256(aPairs[2]), __m256(aPairs[3]));
+    const v8f b = v8f(_mm256_shuffle_ps(t0, t2, _MM_SHUFFLE(1, 0, 1, 0)));
+    const v8f g = v8f(_mm256_shuffle_ps(t0, t2, _MM_SHUFFLE(3, 2, 3, 2)));
+    const v8f r = v8f(_mm256_shuffle_ps(t1, t3, _MM_SHUFFLE(1, 0, 1, 0)));
+    const v8f a = v8f(_mm256_shuffle_ps(t1, t3, _MM_SHUFFLE(3, 2, 3, 2)));
+
+    const v8i keep = a * aInv > Splat8(kHalfStep);
+    const v8f u = 1.0f / a;
+    auto colour = [&](v8f s) {
+        // Dropped pixels still pass the encoder: give it a value it accepts.
+        return EncodeSRGB8x8(aEntries, keep ? ClampForEncoder8(s * u) : Splat8(kEncodeLow));
+    };
+    const v8f alphaF = keep ? a * (aInv * 255.0f) + 0.5f : Splat8(0.0f);
+    const v8u alpha = __builtin_convertvector(__builtin_convertvector(alphaF, v8i), v8u) & 255u;
+    const v8u pixels = (colour(b) | colour(g) << 8 | colour(r) << 16 | alpha << 24) & v8u(keep);
+    const __m256i ordered = _mm256_permutevar8x32_epi32(__m256i(pixels), _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+    if (aCount == 8) _mm256_storeu_si256(reinterpret_cast<__m256i*>(aOut), ordered);
+    else std::memcpy(aOut, &ordered, aCount * sizeof(TPixelChannel));
+}
+
+template <class Kernel>
+class CStreamedBlur {
+public:
+    // aRows blurs the rows (length W), aColumns the columns (length H); the target holds
+    // E = W + 2 x row radius columns and H + 2 x column radius rows, stride E.
+    CStreamedBlur(const TSRGBFloatRecord* aTable, const TPixelChannel* aSource, uint32_t aSourceStride,
+                  TPixelChannel* aTarget, const Kernel& aRows, const Kernel& aColumns)
+        : table_(aTable),
+          linear_(aTable),
+          entries_(aTable),
+          source_(aSource),
+          sourceStride_(aSourceStride),
+          target_(aTarget),
+          rows_(aRows),
+          columns_(aColumns),
+          height_(aColumns.length),
+          width_(uint64_t(aRows.length) + 2 * uint64_t(aRows.radius)),
+          pairs_((width_ + 2 * kChunkPairs - 1) / (2 * kChunkPairs) * kChunkPairs),
+          reach_(2 * uint64_t(aColumns.radius)) {
+        // Rows of the ring: a power of two of at least a band and the column reach, whose mask
+        // finds a row's place; or all rows, which then keep their own index.
+        uint64_t rows = kBand;
+        while (rows < kBand + reach_) rows <<= 1;
+        ringRows_ = std::min<uint64_t>(height_, rows);
+        ringMask_ = ringRows_ == height_ ? ~uint64_t(0) : rows - 1;
+    }
+
+    // Runs on the pool when it has one, on this thread otherwise.
+    HRESULT Run(IThreadPool* aPool) {
+        if (height_ == 0 || rows_.length == 0) return S_OK;
+        uint32_t threads = 1;
+        if (aPool && (FAILED(aPool->ThreadCount(&threads)) || threads == 0)) threads = 1;
+        // Per share of the row pass: a group of rows in linear light, with room for the front
+        // and the back colour on both sides.
+        lineLength_ = uint64_t(rows_.length) + 4 * uint64_t(rows_.radius);
+        ring_ = AllocateAligned<TWidePixel>(ringRows_ * RingStride(), true);
+        front_ = AllocateAligned<v8f>(pairs_);
+        back_ = AllocateAligned<v8f>(pairs_);
+        state_ = AllocateAligned<State>(pairs_);
+        lines_ = AllocateAligned<v4f>(uint64_t(threads) * kRowGroup * lineLength_);
+        if (!ring_ || !front_ || !back_ || !state_ || !lines_) return E_OUTOFMEMORY;
+        if (columns_.front) std::fill_n(front_.get(), pairs_, PairOf(Load4(columns_.front)));
+        if (columns_.back) std::fill_n(back_.get(), pairs_, PairOf(Load4(columns_.back)));
+
+        const uint64_t outputs = height_ + reach_;
+        for (uint64_t i0 = 0; i0 < outputs; i0 += kBand) {
+            const uint64_t i1 = std::min(i0 + kBand, outputs);
+            if (i0 < height_) {
+                CRowsTask rows(*this, i0, std::min<uint64_t>(i1, height_));
+                Execute(aPool, threads, rows, uint32_t(std::min<uint64_t>(i1, height_) - i0));
+            }
+            CColumnsTask columns(*this, i0, i1);
+            Execute(aPool, threads, columns, uint32_t(pairs_ / kChunkPairs));
+        }
+        return S_OK;
+    }
+
+private:
+    static constexpr uint64_t kBand = 32;        // rows blurred per band
+    static constexpr uint32_t kRowGroup = 4;     // rows whose sums are walked side by side
+    static constexpr uint32_t kChunkPairs = 4;   // column pairs whose sums stay in registers
+    using State = typename Kernel::template State<v8f>;
+
+    uint64_t RingStride() const { return 2 * pairs_; }
+    TWidePixel* RingRow(uint64_t aRow) const { return ring_.get() + (aRow & ringMask_) * RingStride(); }
+
+    // On the pool only when every thread gets at least one line (see RunTask). The share
+    // count is the one the row groups' memory was sized for, whatever the pool's size is by now.
+    template <class Task>
+    static void Execute(IThreadPool* aPool, uint32_t aThreads, Task& aTask, uint32_t aLines) {
+        if (aPool && aThreads > 1 && aThreads <= aLines) aPool->Execute(aThreads, &aTask);
+        else aTask.Execute(0, 1);
+    }
+
+    // Rows [first, end) of the image into the ring.
+    class CRowsTask final : public CStackUnknown<IThreadedTask> {
+    public:
+        CRowsTask(const CStreamedBlur& aBlur, uint64_t aFirst, uint64_t aEnd)
+            : b_(aBlur), first_(aFirst), end_(aEnd) {}
+        HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
+            const SShare share = BlurShare(aIndex, aTotal, uint32_t(end_ - first_));
+            if (!share.any) return S_FALSE;
+            for (uint64_t y = first_ + share.first; y < first_ + share.end; y += kRowGroup)
+                b_.Rows(y, uint32_t(std::min<uint64_t>(kRowGroup, first_ + share.end - y)), aIndex);
+            return S_OK;
+        }
+
+    private:
+        const CStreamedBlur& b_;
+        uint64_t first_, end_;
+    };
+
+    // Outputs [first, end) of every column, a share of the column chunks each.
+    class CColumnsTask final : public CStackUnknown<IThreadedTask> {
+    public:
+        CColumnsTask(const CStreamedBlur& aBlur, uint64_t aFirst, uint64_t aEnd)
+            : b_(aBlur), first_(aFirst), end_(aEnd) {}
+        HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
+            const SShare share = BlurShare(aIndex, aTotal, uint32_t(b_.pairs_ / kChunkPairs));
+            if (!share.any) return S_FALSE;
+            for (uint32_t chunk = share.first; chunk < share.end; ++chunk)
+                b_.Columns(uint64_t(chunk) * kChunkPairs, first_, end_);
+            return S_OK;
+        }
+
+    private:
+        const CStreamedBlur& b_;
+        uint64_t first_, end_;
+    };
+
+    // aCount rows from aFirst through the row kernel into the ring, their sums side by side.
+    // Each row is first read into linear light, with 2R front colours before it and 2R back
+    // colours behind it, so that output i takes x[i], x[i - R] and x[i - 2R] straight from it.
+    void Rows(uint64_t aFirst, uint32_t aCount, uint32_t aShare) const {
+        const uint64_t n = rows_.length, R = rows_.radius, outputs = n + 2 * R;
+        v4f* x[kRowGroup];
+        typename Kernel::template State<v4f> state[kRowGroup];
+        for (uint32_t g = 0; g < aCount; ++g) {
+            x[g] = lines_.get() + (uint64_t(aShare) * kRowGroup + g) * lineLength_;
+            const TPixelChannel* in = source_ + (aFirst + g) * sourceStride_;
+            v4f* line = x[g] + 2 * R;
+            linear_(in, line, n);
+            const v4f front = rows_.front ? Load4(rows_.front) : line[0];
+            const v4f back = rows_.back ? Load4(rows_.back) : line[n - 1];
+            std::fill_n(x[g], 2 * R, front);
+            std::fill_n(line + n, 2 * R, back);
+            state[g] = rows_.Init(front);
+        }
+        TWidePixel* out[kRowGroup];
+        for (uint32_t g = 0; g < aCount; ++g) out[g] = RingRow(aFirst + g);
+        switch (aCount) {
+            case 4: Walk<4>(state, x, out, outputs); break;
+            case 3: Walk<3>(state, x, out, outputs); break;
+            case 2: Walk<2>(state, x, out, outputs); break;
+            default: Walk<1>(state, x, out, outputs); break;
+        }
+        // The first and last row are also the columns' replicated ends.
+        for (uint32_t g = 0; g < aCount; ++g) {
+            if (aFirst + g == 0 && !columns_.front) ReadRow(0, front_.get());
+            if (aFirst + g == height_ - 1 && !columns_.back) ReadRow(height_ - 1, back_.get());
+        }
+    }
+
+    // The sums of G rows walked side by side, the group's count fixed so that they stay in
+    // registers.
+    template <uint32_t G>
+    void Walk(typename Kernel::template State<v4f>* aState, v4f* const* aX, TWidePixel* const* aOut,
+              uint64_t aOutputs) const {
+        const uint64_t R = rows_.radius;
+        const double scale = double(rows_.Inverse()) * 32768.0;
+        typename Kernel::template State<v4f> st[G];
+        const v4f* x[G];
+        TWidePixel* out[G];
+        for (uint32_t g = 0; g < G; ++g) {
+            st[g] = aState[g];
+            x[g] = aX[g];
+            out[g] = aOut[g];
+        }
+        for (uint64_t i = 0; i < aOutputs; ++i) {
+#pragma GCC unroll 4
+            for (uint32_t g = 0; g < G; ++g)
+                StoreWideFromSum(out[g] + i, rows_.Step(st[g], x[g][i + 2 * R], x[g][i + R], x[g][i]), scale);
+        }
+    }
+
+    void ReadRow(uint64_t aRow, v8f* aTo) const {
+        const TWidePixel* row = RingRow(aRow);
+        for (uint64_t p = 0; p < pairs_; ++p) aTo[p] = FloatPairFromWide(row + 2 * p);
+    }
+
+    // Column outputs [aFirst, aEnd) of the kChunkPairs pairs from aPair on.
+    void Columns(uint64_t aPair, uint64_t aFirst, uint64_t aEnd) const {
+        const float inv = columns_.Inverse();
+        const CEncoderEntries entries = entries_;  // held in registers through the loop
+        const int64_t R = columns_.radius, H = int64_t(height_);
+        State st[kChunkPairs];
+        for (uint32_t k = 0; k < kChunkPairs; ++k)
+            st[k] = aFirst == 0 ? columns_.Init(front_[aPair + k]) : state_[aPair + k];
+        // Pixels of the chunk that lie in the target: the last chunk may hang over.
+        const uint64_t x0 = 2 * aPair;
+        const uint32_t inside = uint32_t(std::min<uint64_t>(2 * kChunkPairs, width_ - x0));
+
+        for (uint64_t i = aFirst; i < aEnd; ++i) {
+            // x[i] enters, x[i - R] passes the middle, x[i - 2R] leaves.
+            const int64_t e = int64_t(i), m = e - R, o = e - 2 * R;
+            v8f sums[kChunkPairs];
+            if (o >= 0 && e < H) {
+                const TWidePixel *er = RingRow(uint64_t(e)) + x0, *mr = RingRow(uint64_t(m)) + x0,
+                                 *lr = RingRow(uint64_t(o)) + x0;
+#pragma GCC unroll 4
+                for (uint32_t k = 0; k < kChunkPairs; ++k)
+                    sums[k] = columns_.Step(st[k], FloatPairFromWide(er + 2 * k), FloatPairFromWide(mr + 2 * k),
+                                            FloatPairFromWide(lr + 2 * k));
+            } else {
+                for (uint32_t k = 0; k < kChunkPairs; ++k)
+                    sums[k] = columns_.Step(st[k], At(e, aPair + k), At(m, aPair + k), At(o, aPair + k));
+            }
+            DeMulSRGB8(entries, sums, inv, target_ + i * width_ + x0, inside);
+        }
+        for (uint32_t k = 0; k < kChunkPairs; ++k) state_[aPair + k] = st[k];
+    }
+
+    // x[j] of the columns of a pair: the front before the first row, the back behind the last.
+    v8f At(int64_t aRow, uint64_t aPair) const {
+        if (aRow < 0) return front_[aPair];
+        if (aRow >= int64_t(height_)) return back_[aPair];
+        return FloatPairFromWide(RingRow(uint64_t(aRow)) + 2 * aPair);
+    }
+
+    const TSRGBFloatRecord* table_;
+    CLinearRow linear_;
+    CEncoderEntries entries_;
+    const TPixelChannel* source_;
+    uint32_t sourceStride_;
+    TPixelChannel* target_;
+    Kernel rows_, columns_;
+    uint64_t height_;  // H, the columns' length
+    uint64_t width_;   // E, the target's width
+    uint64_t pairs_;   // pairs of columns in the ring, whole chunks
+    uint64_t reach_;   // 2R of the columns
+    uint64_t ringRows_ = 0, ringMask_ = 0, lineLength_ = 0;
+    CAlignedArray<TWidePixel> ring_;
+    CAlignedArray<v8f> front_, back_;
+    CAlignedArray<State> state_;
+    CAlignedArray<v4f> lines_;
+};
+
+// ---------------------------------------------------------------- the recursive kernel
+
+// PreMulLinearD with its two factors looked up already widened: the table entries and the
+// alpha factor of every byte as doubles.
+struct SLinearDoubles {
+    double linear[256];
+    double alpha[256];
+    explicit SLinearDoubles(const TSRGBFloatRecord* aTable) {
+        for (int i = 0; i < 256; ++i) {
+            linear[i] = double(aTable->toLinear[i]);
+            alpha[i] = double(float(i) * kInv255);
+        }
+    }
+    v4df Read(TPixelChannel aPixel) const {
+        const v4df c = {linear[aPixel.bB], linear[aPixel.bG], linear[aPixel.bR], 1.0};
+        return c * alpha[aPixel.bA];
+    }
+};
+
+// CWideSrc: the signed form to float, widened to double.
+inline v4df FromWideSigned4(const TWidePixel* aPixel) {
+    const __m128i w = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(aPixel));
+    const __m128 f = _mm_mul_ps(_mm_cvtepi32_ps(_mm_cvtepi16_epi32(w)), _mm_set1_ps(kFromWideSigned));
+    return v4df(_mm256_cvtps_pd(f));
+}
+
+// WideFromRecursive: cut towards zero, the low 16 bits kept.
+inline void StoreWideFromRecursive(TWidePixel* aTo, v4df aY) {
+    const __m128i q = _mm256_cvttpd_epi32(__m256d(aY * 16384.0));
+    const __m128i low = _mm_shuffle_epi8(q, _mm_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(aTo), low);
+}
+
+// DeMulSRGBFromRecursive on eight values, lane by lane the same operations in the same
+// order. Writes aCount (at most eight) pixels.
+__attribute__((always_inline)) inline void DeMulSRGBRecursive8(const CEncoderEntries& aEntries, const v4df* aY,
+                                                               TPixelChannel* aOut, uint32_t aCount) {
+    // Colours in single precision, as pairs of neighbours, then one channel per vector with
+    // the pixels in the order 0 2 4 6 | 1 3 5 7.
+    v8f pairs[4];
+    for (int k = 0; k < 4; ++k)
+        pairs[k] = v8f(_mm256_set_m128(_mm256_cvtpd_ps(__m256d(aY[2 * k + 1])), _mm256_cvtpd_ps(__m256d(aY[2 * k]))));
+    const __m256 t0 = _mm256_unpacklo_ps(__m256(pairs[0]), __m256(pairs[1]));
+    const __m256 t1 = _mm256_unpackhi_ps(__m256(pairs[0]), __m256(pairs[1]));
+    const __m256 t2 = _mm256_unpacklo_ps(__m256(pairs[2]), __m256(pairs[3]));
+    const __m256 t3 = _mm256_unpackhi_ps(__m256(pairs[2]), __m256(pairs[3]));
+    const v8f b = v8f(_mm256_shuffle_ps(t0, t2, _MM_SHUFFLE(1, 0, 1, 0)));
+    const v8f g = v8f(_mm256_shuffle_ps(t0, t2, _MM_SHUFFLE(3, 2, 3, 2)));
+    const v8f r = v8f(_mm256_shuffle_ps(t1, t3, _MM_SHUFFLE(1, 0, 1, 0)));
+    // Alpha stays in double precision: pixels 0 2 4 6 and 1 3 5 7.
+    auto alphas = [&](int aFirst) {
+        const __m256d lo = _mm256_unpackhi_pd(__m256d(aY[aFirst]), __m256d(aY[aFirst + 2]));
+        const __m256d hi = _mm256_unpackhi_pd(__m256d(aY[aFirst + 4]), __m256d(aY[aFirst + 6]));
+        return v4df(_mm256_permute2f128_pd(lo, hi, 0x31));
+    };
+    const v4df a0 = alphas(0), a1 = alphas(1);
+    const v4df threshold = {0.00196078431372549, 0.00196078431372549, 0.00196078431372549, 0.00196078431372549};
+    const v4df one = {1.0, 1.0, 1.0, 1.0};
+    auto keepOf = [&](v4df a) { return _mm256_cvtpd_ps(__m256d(a > threshold ? one : v4df{})); };
+    const v8i keep = v8f(_mm256_set_m128(keepOf(a1), keepOf(a0))) > Splat8(0.0f);
+    const v8f u = v8f(_mm256_set_m128(_mm256_cvtpd_ps(__m256d(1.0 / a1)), _mm256_cvtpd_ps(__m256d(1.0 / a0))));
+    auto colour = [&](v8f y) { return EncodeSRGB8x8(aEntries, keep ? ClampForEncoder8(y * u) : Splat8(kEncodeLow)); };
+    // Kept lanes have alpha above 0, so the cut is of a positive number.
+    auto alphaByte = [&](v4df a) {
+        const __m128i q = _mm256_cvttpd_epi32(__m256d((a > threshold ? a : v4df{}) * 255.0 + 0.5));
+        return _mm_min_epi32(q, _mm_set1_epi32(255));
+    };
+    const v8u alpha = v8u(_mm256_set_m128i(alphaByte(a1), alphaByte(a0)));
+    const v8u pixels = (colour(b) | colour(g) << 8 | colour(r) << 16 | alpha << 24) & v8u(keep);
+    const __m256i ordered = _mm256_permutevar8x32_epi32(__m256i(pixels), _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+    if (aCount == 8) _mm256_storeu_si256(reinterpret_cast<__m256i*>(aOut), ordered);
+    else std::memcpy(aOut, &ordered, aCount * sizeof(TPixelChannel));
+}
+
+// G lines of the recursive kernel side by side: the forward and backward walk of
+// CRecursiveBlur::LineGroup with a pixel in one vector. aRead(g, j) gives input j of line g,
+// aWrite(j, y) takes output j of all G lines; aW holds G x WorkLength() entries.
+template <uint32_t G, class Read, class Write>
+void RecursiveWalk(const CRecursiveBlurRGBA& aKernel, const Read& aRead, const Write& aWrite, v4df* aW) {
+    const uint32_t n = aKernel.length, R = aKernel.border, L = n + 3 * R, outCount = n + 2 * R;
+    const double cB = aKernel.B, c1 = aKernel.b1, c2 = aKernel.b2, c3 = aKernel.b3;
+    auto Step = [=](v4df c, v4df a1, v4df a2, v4df a3) { return cB * c + c1 * a1 + c2 * a2 + c3 * a3; };
+    auto W = [&](uint32_t i) { return aW + size_t(i) * G; };
+    const v4df frontColour = {aKernel.front[0], aKernel.front[1], aKernel.front[2], aKernel.front[3]};
+    const v4df backFixed = {aKernel.back[0], aKernel.back[1], aKernel.back[2], aKernel.back[3]};
+
+    v4df c[G], backColour[G];
+    for (uint32_t g = 0; g < G; ++g) {
+        backColour[g] = aKernel.replicateBack ? aRead(g, n - 1) : backFixed;
+        c[g] = aKernel.replicateFront ? aRead(g, 0) : frontColour;
+    }
+    uint32_t consumed = 0;
+    // At R = 1 on a one-pixel line the walk asks for one pixel more than the line has: the
+    // one behind it, the back colour.
+    auto next = [&]() {
+        for (uint32_t g = 0; g < G; ++g) c[g] = consumed < n ? aRead(g, consumed) : backColour[g];
+        ++consumed;
+    };
+    auto step = [&](uint32_t i) {
+        v4df* to = W(i);
+        const v4df *a1 = W(i - 1), *a2 = W(i - 2), *a3 = W(i - 3);
+        for (uint32_t g = 0; g < G; ++g) to[g] = Step(c[g], a1[g], a2[g], a3[g]);
+    };
+
+    for (uint32_t g = 0; g < G; ++g) W(0)[g] = c[g] * cB + c[g] * c1 + c[g] * c2 + c[g] * c3;
+    if (R < 2) next();
+    for (uint32_t g = 0; g < G; ++g) W(1)[g] = Step(c[g], W(0)[g], W(0)[g], W(0)[g]);
+    if (R < 3) next();
+    for (uint32_t g = 0; g < G; ++g) W(2)[g] = Step(c[g], W(1)[g], W(0)[g], W(0)[g]);
+    uint32_t i = 3;
+    for (; i < R; ++i) step(i);
+    for (i = std::max(3u, R); i < n + R - 1; ++i) {
+        next();
+        step(i);
+    }
+    for (uint32_t g = 0; g < G; ++g) c[g] = aRead(g, n - 1);
+    if (!aKernel.replicateBack) {
+        step(i);
+        ++i;
+        for (uint32_t g = 0; g < G; ++g) c[g] = backColour[g];
+    }
+    for (; i < L; ++i) step(i);
+
+    // Backward: y[j] = Step(w[j], y[j+1], y[j+2], y[j+3]) takes the place of w[j], which
+    // nothing reads again; output j is y[j].
+    for (uint32_t g = 0; g < G; ++g) {
+        const v4df last = W(L - 1)[g];
+        W(L - 1)[g] = last * cB + c1 * last + c2 * last + c3 * last;
+        W(L - 2)[g] = Step(W(L - 2)[g], W(L - 1)[g], W(L - 1)[g], W(L - 1)[g]);
+        W(L - 3)[g] = Step(W(L - 3)[g], W(L - 2)[g], W(L - 1)[g], W(L - 1)[g]);
+    }
+    if (R < 2) aWrite(L - 2, W(L - 2));
+    if (R < 3) aWrite(L - 3, W(L - 3));
+    for (int64_t j = int64_t(L) - 4; j >= 0; --j) {
+        v4df* y = W(uint32_t(j));
+        const v4df *y1 = W(uint32_t(j) + 1), *y2 = W(uint32_t(j) + 2), *y3 = W(uint32_t(j) + 3);
+        for (uint32_t g = 0; g < G; ++g) y[g] = Step(y[g], y1[g], y2[g], y3[g]);
+        if (j < int64_t(outCount)) aWrite(uint32_t(j), y);
+    }
+}
+
+// The two-axis Gaussian: rows into a wide intermediate, then its columns into the target,
+// eight lines side by side in both passes. The recursive filter runs each line forward to its
+// end before it can go back, so the intermediate is whole. It is stored in blocks of eight
+// rows, the eight values of a column in one cache line: eight rows write one line per step,
+// and eight columns read eight neighbouring lines every eight rows. Stored by rows, the
+// column pass would wait on memory and on a page walk for every row.
+class CRecursiveTwoAxisBlur {
+public:
+    CRecursiveTwoAxisBlur(const TSRGBFloatRecord* aTable, const TPixelChannel* aSource, uint32_t aSourceStride,
+                          TPixelChannel* aTarget, const CRecursiveBlurRGBA& aRows, const CRecursiveBlurRGBA& aColumns)
+        : table_(aTable),
+          entries_(aTable),
+          source_(aSource),
+          sourceStride_(aSourceStride),
+          target_(aTarget),
+          rows_(aRows),
+          columns_(aColumns),
+          width_(uint64_t(aRows.length) + 2 * uint64_t(aRows.border)),
+          doubles_(aTable) {}
+
+    // aIntermediate holds RecursiveIntermediateLength() wide pixels.
+    HRESULT Run(IThreadPool* aPool, TWidePixel* aIntermediate) {
+        const uint32_t H = columns_.length;
+        if (H == 0 || rows_.length == 0) return S_OK;
+        wide_ = aIntermediate;
+        CPass rows(*this, true, H), columns(*this, false, uint32_t(width_));
+        RunPass(aPool, rows);
+        if (rows.OutOfMemory()) return E_OUTOFMEMORY;
+        RunPass(aPool, columns);
+        return columns.OutOfMemory() ? E_OUTOFMEMORY : S_OK;
+    }
+
+private:
+    static constexpr uint32_t kGroup = 8;
+
+    // One pass, a share of its lines each; every share has its own work array.
+    class CPass final : public CStackUnknown<IThreadedTask> {
+    public:
+        CPass(const CRecursiveTwoAxisBlur& aBlur, bool aRows, uint32_t aLines)
+            : b_(aBlur), rows_(aRows), lines_(aLines) {}
+        uint32_t Lines() const { return lines_; }
+        bool OutOfMemory() const { return outOfMemory_.load(); }
+
+        HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
+            const SShare share = BlurShare(aIndex, aTotal, lines_);
+            if (!share.any) return S_FALSE;
+            if (share.first >= share.end) return S_OK;
+            const CRecursiveBlurRGBA& kernel = rows_ ? b_.rows_ : b_.columns_;
+            const CAlignedArray<v4df> w = AllocateAligned<v4df>(kGroup * kernel.WorkLength());
+            if (!w) {
+                outOfMemory_.store(true);
+                return E_OUTOFMEMORY;
+            }
+            for (uint32_t l = share.first; l < share.end; l += kGroup) {
+                if (rows_) b_.RowGroup(l, std::min(kGroup, share.end - l), w.get());
+                else b_.ColumnGroup(l, std::min(kGroup, share.end - l), w.get());
+            }
+            return S_OK;
+        }
+
+    private:
+        const CRecursiveTwoAxisBlur& b_;
+        bool rows_;
+        uint32_t lines_;
+        std::atomic<bool> outOfMemory_{false};
+    };
+
+    static void RunPass(IThreadPool* aPool, CPass& aPass) {
+        uint32_t threads = 0;
+        if (aPool && SUCCEEDED(aPool->ThreadCount(&threads)) && threads > 1 && threads <= aPass.Lines())
+            aPool->Execute(threads, &aPass);
+        else aPass.Execute(0, 1);
+    }
+
+    // Where the intermediate holds column x of row y.
+    TWidePixel* Wide(uint64_t aY, uint64_t aX) const {
+        return wide_ + ((aY >> 3) * width_ + aX) * 8 + (aY & 7);
+    }
+
+    // Lines beyond aCount repeat the last one: they are computed and not written.
+    void RowGroup(uint32_t aFirst, uint32_t aCount, v4df* aW) const {
+        const TPixelChannel* in[kGroup];
+        TWidePixel* out[kGroup];
+        for (uint32_t g = 0; g < kGroup; ++g) {
+            const uint64_t row = aFirst + std::min(g, aCount - 1);
+            in[g] = source_ + row * sourceStride_;
+            out[g] = Wide(row, 0);  // column x lies 8x entries on
+        }
+        RecursiveWalk<kGroup>(
+            rows_, [&](uint32_t g, uint32_t j) { return doubles_.Read(in[g][j]); },
+            [&](uint32_t j, const v4df* y) {
+                for (uint32_t g = 0; g < aCount; ++g) StoreWideFromRecursive(out[g] + uint64_t(j) * 8, y[g]);
+            },
+            aW);
+    }
+
+    void ColumnGroup(uint32_t aFirst, uint32_t aCount, v4df* aW) const {
+        const uint32_t H = columns_.length;
+        const CEncoderEntries entries = entries_;
+        uint32_t column[kGroup];
+        for (uint32_t g = 0; g < kGroup; ++g) column[g] = aFirst + std::min(g, aCount - 1);
+        TPixelChannel* out = target_ + aFirst;
+        RecursiveWalk<kGroup>(
+            columns_,
+            [&](uint32_t g, uint32_t j) {
+                // Each block of eight rows is in pages of its own, which the hardware
+                // prefetcher does not enter: ask for the lane's line two blocks ahead.
+                if ((j & 7) == 0)
+                    _mm_prefetch(reinterpret_cast<const char*>(Wide(std::min(j + 16, H - 1), column[g])), _MM_HINT_T0);
+                return FromWideSigned4(Wide(j, column[g]));
+            },
+            [&](uint32_t j, const v4df* y) __attribute__((always_inline)) {
+                DeMulSRGBRecursive8(entries, y, out + j * width_, aCount);
+            },
+            aW);
+    }
+
+    const TSRGBFloatRecord* table_;
+    CEncoderEntries entries_;
+    const TPixelChannel* source_;
+    uint32_t sourceStride_;
+    TPixelChannel* target_;
+    CRecursiveBlurRGBA rows_, columns_;
+    uint64_t width_;  // E, of the intermediate and the target
+    SLinearDoubles doubles_;
+    TWidePixel* wide_ = nullptr;
+};
+
