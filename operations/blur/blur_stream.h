@@ -1,13 +1,16 @@
 // The two-axis blur of the float kernels, streamed. The image is taken in bands of rows:
-// the rows of a band are blurred into a ring of wide rows, then every column advances its
-// running sums through the band. The ring holds only the rows the column window still
-// reaches, so the intermediate stays in the cache, and the column pass runs along memory
-// with two pixels to a vector and the sums of eight columns held in registers.
+// the rows of a band are blurred into a ring of rows of the intermediate, then every column
+// advances its running sums through the band. The ring holds only the rows the column window
+// still reaches, so the intermediate stays in the cache, and the column pass runs along
+// memory with two pixels to a vector and the sums of eight columns held in registers.
 //
 // Every row and every column is still one line of the engine: its sums see the same values
 // in the same order as in the two passes through CBlurTask, so every result bit is theirs.
-// Conversions work on eight pixels at a time with the channels in separate vectors, which
-// makes one table gather serve eight values and one division serve eight pixels.
+// Conversions work on eight or sixteen pixels at a time with the channels in separate
+// vectors, which makes one table look-up serve many values and one division eight pixels.
+//
+// The code of both blurs is in blur_stream_wide.h, compiled twice below: for AVX2, and for
+// AVX-512 with byte permutes, where the tables are held in registers.
 #pragma once
 
 #include <algorithm>

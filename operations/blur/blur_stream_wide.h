@@ -6,18 +6,18 @@
 inline v8f Splat8(float a) { return v8f{a, a, a, a, a, a, a, a}; }
 inline v8f PairOf(v4f a) { return v8f{a[0], a[1], a[2], a[3], a[0], a[1], a[2], a[3]}; }
 
-// Two neighbouring wide pixels as CFloatWideSrc reads them.
-inline v8f FloatPairFromWide(const TWidePixel* aPair) {
-    const __m256i w = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(aPair)));
-    return v8f(_mm256_cvtepi32_ps(w)) * kFromWideUnsigned;
-}
-
-// WideFromSum with the conversions of one vector each.
-inline void StoreWideFromSum(TWidePixel* aTo, v4f aSum, double aScale) {
+// The ring of the streamed blur holds each wide pixel already read back as CFloatWideSrc
+// reads it: the 16-bit value (value x scale cut towards zero, low 16 bits kept) to float,
+// times 2^-15. Each is then converted once, where the columns would convert it two or three
+// times, as it enters the window, passes its middle and leaves it.
+inline void StoreWideFloatFromSum(v4f* aTo, v4f aSum, double aScale) {
     const __m256d scaled = _mm256_mul_pd(_mm256_cvtps_pd(__m128(aSum)), _mm256_set1_pd(aScale));
     const __m128i q = _mm_and_si128(_mm256_cvttpd_epi32(scaled), _mm_set1_epi32(0xFFFF));  // low 16 bits
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(aTo), _mm_packus_epi32(q, q));
+    *aTo = v4f(_mm_cvtepi32_ps(q)) * kFromWideUnsigned;
 }
+
+// Two neighbouring pixels of the ring.
+inline v8f LoadPair(const v4f* aPair) { return v8f(_mm256_loadu_ps(reinterpret_cast<const float*>(aPair))); }
 
 #if ZT_BLUR_PERMUTED_TABLES
 // PreMulLinearF of a run of stored pixels, sixteen at a time. The 256 floats of the table
@@ -231,7 +231,7 @@ public:
         // Per share of the row pass: a group of rows in linear light, with room for the front
         // and the back colour on both sides.
         lineLength_ = uint64_t(rows_.length) + 4 * uint64_t(rows_.radius);
-        ring_ = AllocateAligned<TWidePixel>(ringRows_ * RingStride(), true);
+        ring_ = AllocateAligned<v4f>(ringRows_ * RingStride(), true);
         front_ = AllocateAligned<v8f>(pairs_);
         back_ = AllocateAligned<v8f>(pairs_);
         state_ = AllocateAligned<State>(pairs_);
@@ -260,7 +260,7 @@ private:
     using State = typename Kernel::template State<v8f>;
 
     uint64_t RingStride() const { return 2 * pairs_; }
-    TWidePixel* RingRow(uint64_t aRow) const { return ring_.get() + (aRow & ringMask_) * RingStride(); }
+    v4f* RingRow(uint64_t aRow) const { return ring_.get() + (aRow & ringMask_) * RingStride(); }
 
     // On the pool only when every thread gets at least one line (see RunTask). The share
     // count is the one the row groups' memory was sized for, whatever the pool's size is by now.
@@ -324,7 +324,7 @@ private:
             std::fill_n(line + n, 2 * R, back);
             state[g] = rows_.Init(front);
         }
-        TWidePixel* out[kRowGroup];
+        v4f* out[kRowGroup];
         for (uint32_t g = 0; g < aCount; ++g) out[g] = RingRow(aFirst + g);
         switch (aCount) {
             case 4: Walk<4>(state, x, out, outputs); break;
@@ -342,13 +342,13 @@ private:
     // The sums of G rows walked side by side, the group's count fixed so that they stay in
     // registers.
     template <uint32_t G>
-    void Walk(typename Kernel::template State<v4f>* aState, v4f* const* aX, TWidePixel* const* aOut,
+    void Walk(typename Kernel::template State<v4f>* aState, v4f* const* aX, v4f* const* aOut,
               uint64_t aOutputs) const {
         const uint64_t R = rows_.radius;
         const double scale = double(rows_.Inverse()) * 32768.0;
         typename Kernel::template State<v4f> st[G];
         const v4f* x[G];
-        TWidePixel* out[G];
+        v4f* out[G];
         for (uint32_t g = 0; g < G; ++g) {
             st[g] = aState[g];
             x[g] = aX[g];
@@ -357,13 +357,13 @@ private:
         for (uint64_t i = 0; i < aOutputs; ++i) {
 #pragma GCC unroll 4
             for (uint32_t g = 0; g < G; ++g)
-                StoreWideFromSum(out[g] + i, rows_.Step(st[g], x[g][i + 2 * R], x[g][i + R], x[g][i]), scale);
+                StoreWideFloatFromSum(out[g] + i, rows_.Step(st[g], x[g][i + 2 * R], x[g][i + R], x[g][i]), scale);
         }
     }
 
     void ReadRow(uint64_t aRow, v8f* aTo) const {
-        const TWidePixel* row = RingRow(aRow);
-        for (uint64_t p = 0; p < pairs_; ++p) aTo[p] = FloatPairFromWide(row + 2 * p);
+        const v4f* row = RingRow(aRow);
+        for (uint64_t p = 0; p < pairs_; ++p) aTo[p] = LoadPair(row + 2 * p);
     }
 
     // Column outputs [aFirst, aEnd) of the kChunkPairs pairs from aPair on.
@@ -383,12 +383,11 @@ private:
             const int64_t e = int64_t(i), m = e - R, o = e - 2 * R;
             v8f sums[kChunkPairs];
             if (o >= 0 && e < H) {
-                const TWidePixel *er = RingRow(uint64_t(e)) + x0, *mr = RingRow(uint64_t(m)) + x0,
-                                 *lr = RingRow(uint64_t(o)) + x0;
+                const v4f *er = RingRow(uint64_t(e)) + x0, *mr = RingRow(uint64_t(m)) + x0,
+                          *lr = RingRow(uint64_t(o)) + x0;
 #pragma GCC unroll 4
                 for (uint32_t k = 0; k < kChunkPairs; ++k)
-                    sums[k] = columns_.Step(st[k], FloatPairFromWide(er + 2 * k), FloatPairFromWide(mr + 2 * k),
-                                            FloatPairFromWide(lr + 2 * k));
+                    sums[k] = columns_.Step(st[k], LoadPair(er + 2 * k), LoadPair(mr + 2 * k), LoadPair(lr + 2 * k));
             } else {
                 for (uint32_t k = 0; k < kChunkPairs; ++k)
                     sums[k] = columns_.Step(st[k], At(e, aPair + k), At(m, aPair + k), At(o, aPair + k));
@@ -402,7 +401,7 @@ private:
     v8f At(int64_t aRow, uint64_t aPair) const {
         if (aRow < 0) return front_[aPair];
         if (aRow >= int64_t(height_)) return back_[aPair];
-        return FloatPairFromWide(RingRow(uint64_t(aRow)) + 2 * aPair);
+        return LoadPair(RingRow(uint64_t(aRow)) + 2 * aPair);
     }
 
     const TSRGBFloatRecord* table_;
@@ -417,7 +416,7 @@ private:
     uint64_t pairs_;   // pairs of columns in the ring, whole chunks
     uint64_t reach_;   // 2R of the columns
     uint64_t ringRows_ = 0, ringMask_ = 0, lineLength_ = 0;
-    CAlignedArray<TWidePixel> ring_;
+    CAlignedArray<v4f> ring_;
     CAlignedArray<v8f> front_, back_;
     CAlignedArray<State> state_;
     CAlignedArray<v4f> lines_;
