@@ -16,6 +16,41 @@ inline void StoreWideFloatFromSum(v4f* aTo, v4f aSum, double aScale) {
     *aTo = v4f(_mm_cvtepi32_ps(q)) * kFromWideUnsigned;
 }
 
+#if ZT_BLUR_PERMUTED_TABLES
+// One pixel of four rows side by side, in the row walk.
+using vRows = float __attribute__((vector_size(64)));
+constexpr uint32_t kRowsPerVector = 4;
+
+// StoreWideFloatFromSum of the four pixels of a vector, each to its own row.
+inline void StoreRowsWideFloat(vRows aSum, double aScale, v4f* const* aOut, uint64_t aAt) {
+    const __m512d s = _mm512_castps_pd(__m512(aSum));
+    auto half = [&](__m256 aHalf) { return _mm512_cvttpd_epi32(_mm512_mul_pd(_mm512_cvtps_pd(aHalf), _mm512_set1_pd(aScale))); };
+    const __m256i lo = half(_mm256_castpd_ps(_mm512_castpd512_pd256(s)));
+    const __m256i hi = half(_mm256_castpd_ps(_mm512_extractf64x4_pd(s, 1)));
+    const __m512i q = _mm512_and_si512(_mm512_inserti64x4(_mm512_zextsi256_si512(lo), hi, 1), _mm512_set1_epi32(0xFFFF));
+    const __m512 f = _mm512_mul_ps(_mm512_cvtepi32_ps(q), _mm512_set1_ps(kFromWideUnsigned));
+    _mm_storeu_ps(reinterpret_cast<float*>(aOut[0] + aAt), _mm512_castps512_ps128(f));
+    _mm_storeu_ps(reinterpret_cast<float*>(aOut[1] + aAt), _mm512_extractf32x4_ps(f, 1));
+    _mm_storeu_ps(reinterpret_cast<float*>(aOut[2] + aAt), _mm512_extractf32x4_ps(f, 2));
+    _mm_storeu_ps(reinterpret_cast<float*>(aOut[3] + aAt), _mm512_extractf32x4_ps(f, 3));
+}
+#else
+// One pixel of two rows side by side, in the row walk.
+using vRows = v8f;
+constexpr uint32_t kRowsPerVector = 2;
+
+// StoreWideFloatFromSum of the two pixels of a vector, each to its own row.
+inline void StoreRowsWideFloat(vRows aSum, double aScale, v4f* const* aOut, uint64_t aAt) {
+    const __m256 s = __m256(aSum);
+    auto half = [&](__m128 aHalf) { return _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_cvtps_pd(aHalf), _mm256_set1_pd(aScale))); };
+    const __m256i q = _mm256_and_si256(_mm256_set_m128i(half(_mm256_extractf128_ps(s, 1)), half(_mm256_castps256_ps128(s))),
+                                       _mm256_set1_epi32(0xFFFF));
+    const __m256 f = _mm256_mul_ps(_mm256_cvtepi32_ps(q), _mm256_set1_ps(kFromWideUnsigned));
+    _mm_storeu_ps(reinterpret_cast<float*>(aOut[0] + aAt), _mm256_castps256_ps128(f));
+    _mm_storeu_ps(reinterpret_cast<float*>(aOut[1] + aAt), _mm256_extractf128_ps(f, 1));
+}
+#endif
+
 // Two neighbouring pixels of the ring.
 inline v8f LoadPair(const v4f* aPair) { return v8f(_mm256_loadu_ps(reinterpret_cast<const float*>(aPair))); }
 
@@ -37,14 +72,15 @@ public:
             for (int h = 0; h < 4; ++h) plane_[k][h] = _mm512_load_si512(planes[k] + 64 * h);
     }
 
-    void operator()(const TPixelChannel* aIn, v4f* aOut, uint64_t aCount) const {
+    // Pixel j to aOut[j x aStride].
+    void operator()(const TPixelChannel* aIn, v4f* aOut, uint64_t aCount, uint64_t aStride = 1) const {
         uint64_t j = 0;
-        for (; j + 16 <= aCount; j += 16) Sixteen(aIn + j, aOut + j);
-        for (; j < aCount; ++j) aOut[j] = PreMulLinearF(table_, aIn[j]);
+        for (; j + 16 <= aCount; j += 16) Sixteen(aIn + j, aOut + j * aStride, aStride);
+        for (; j < aCount; ++j) aOut[j * aStride] = PreMulLinearF(table_, aIn[j]);
     }
 
 private:
-    void Sixteen(const TPixelChannel* aIn, v4f* aOut) const {
+    void Sixteen(const TPixelChannel* aIn, v4f* aOut, uint64_t aStride) const {
         const __m512i px = _mm512_loadu_si512(aIn);
         const __mmask64 upper = _mm512_movepi8_mask(px);  // bytes of the table's upper half
         __m512i plane[4];
@@ -70,11 +106,21 @@ private:
         const __m512 t1 = _mm512_shuffle_f32x4(p[0], p[1], _MM_SHUFFLE(3, 2, 3, 2));
         const __m512 t2 = _mm512_shuffle_f32x4(p[2], p[3], _MM_SHUFFLE(1, 0, 1, 0));
         const __m512 t3 = _mm512_shuffle_f32x4(p[2], p[3], _MM_SHUFFLE(3, 2, 3, 2));
-        float* out = reinterpret_cast<float*>(aOut);
-        _mm512_storeu_ps(out, _mm512_shuffle_f32x4(t0, t2, _MM_SHUFFLE(2, 0, 2, 0)));
-        _mm512_storeu_ps(out + 16, _mm512_shuffle_f32x4(t0, t2, _MM_SHUFFLE(3, 1, 3, 1)));
-        _mm512_storeu_ps(out + 32, _mm512_shuffle_f32x4(t1, t3, _MM_SHUFFLE(2, 0, 2, 0)));
-        _mm512_storeu_ps(out + 48, _mm512_shuffle_f32x4(t1, t3, _MM_SHUFFLE(3, 1, 3, 1)));
+        const __m512 q[4] = {_mm512_shuffle_f32x4(t0, t2, _MM_SHUFFLE(2, 0, 2, 0)),
+                             _mm512_shuffle_f32x4(t0, t2, _MM_SHUFFLE(3, 1, 3, 1)),
+                             _mm512_shuffle_f32x4(t1, t3, _MM_SHUFFLE(2, 0, 2, 0)),
+                             _mm512_shuffle_f32x4(t1, t3, _MM_SHUFFLE(3, 1, 3, 1))};
+        if (aStride == 1) {
+            for (int k = 0; k < 4; ++k) _mm512_storeu_ps(reinterpret_cast<float*>(aOut + 4 * k), q[k]);
+            return;
+        }
+        for (int k = 0; k < 4; ++k) {
+            float* out = reinterpret_cast<float*>(aOut + 4 * k * aStride);
+            _mm_storeu_ps(out, _mm512_castps512_ps128(q[k]));
+            _mm_storeu_ps(out + 4 * aStride, _mm512_extractf32x4_ps(q[k], 1));
+            _mm_storeu_ps(out + 8 * aStride, _mm512_extractf32x4_ps(q[k], 2));
+            _mm_storeu_ps(out + 12 * aStride, _mm512_extractf32x4_ps(q[k], 3));
+        }
     }
 
     const TSRGBFloatRecord* table_;
@@ -112,14 +158,15 @@ class CLinearRow {
 public:
     explicit CLinearRow(const TSRGBFloatRecord* aTable) : table_(aTable) {}
 
-    void operator()(const TPixelChannel* aIn, v4f* aOut, uint64_t aCount) const {
+    // Pixel j to aOut[j x aStride].
+    void operator()(const TPixelChannel* aIn, v4f* aOut, uint64_t aCount, uint64_t aStride = 1) const {
         uint64_t j = 0;
-        for (; j + 8 <= aCount; j += 8) Eight(aIn + j, aOut + j);
-        for (; j < aCount; ++j) aOut[j] = PreMulLinearF(table_, aIn[j]);
+        for (; j + 8 <= aCount; j += 8) Eight(aIn + j, aOut + j * aStride, aStride);
+        for (; j < aCount; ++j) aOut[j * aStride] = PreMulLinearF(table_, aIn[j]);
     }
 
 private:
-    void Eight(const TPixelChannel* aPixels, v4f* aOut) const {
+    void Eight(const TPixelChannel* aPixels, v4f* aOut, uint64_t aStride) const {
         const v8u px = v8u(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(aPixels)));
         const v8f a = v8f(_mm256_cvtepi32_ps(__m256i(px >> 24))) * kInv255;
         auto linear = [&](v8u aByte) { return v8f(_mm256_i32gather_ps(table_->toLinear, __m256i(aByte), 4)); };
@@ -132,11 +179,11 @@ private:
         const __m256 p15 = _mm256_shuffle_ps(bg0, ra0, _MM_SHUFFLE(3, 2, 3, 2));
         const __m256 p26 = _mm256_shuffle_ps(bg1, ra1, _MM_SHUFFLE(1, 0, 1, 0));
         const __m256 p37 = _mm256_shuffle_ps(bg1, ra1, _MM_SHUFFLE(3, 2, 3, 2));
-        float* out = reinterpret_cast<float*>(aOut);
-        _mm256_storeu_ps(out, _mm256_permute2f128_ps(p04, p15, 0x20));
-        _mm256_storeu_ps(out + 8, _mm256_permute2f128_ps(p26, p37, 0x20));
-        _mm256_storeu_ps(out + 16, _mm256_permute2f128_ps(p04, p15, 0x31));
-        _mm256_storeu_ps(out + 24, _mm256_permute2f128_ps(p26, p37, 0x31));
+        const __m256 p[4] = {p04, p15, p26, p37};  // pixels k and k + 4
+        for (int k = 0; k < 4; ++k) {
+            _mm_storeu_ps(reinterpret_cast<float*>(aOut + k * aStride), _mm256_castps256_ps128(p[k]));
+            _mm_storeu_ps(reinterpret_cast<float*>(aOut + (k + 4) * aStride), _mm256_extractf128_ps(p[k], 1));
+        }
     }
 
     const TSRGBFloatRecord* table_;
@@ -236,7 +283,8 @@ public:
         back_ = AllocateAligned<v8f>(pairs_);
         state_ = AllocateAligned<State>(pairs_);
         lines_ = AllocateAligned<v4f>(uint64_t(threads) * kRowGroup * lineLength_);
-        if (!ring_ || !front_ || !back_ || !state_ || !lines_) return E_OUTOFMEMORY;
+        spare_ = AllocateAligned<v4f>(uint64_t(threads) * RingStride());
+        if (!ring_ || !front_ || !back_ || !state_ || !lines_ || !spare_) return E_OUTOFMEMORY;
         if (columns_.front) std::fill_n(front_.get(), pairs_, PairOf(Load4(columns_.front)));
         if (columns_.back) std::fill_n(back_.get(), pairs_, PairOf(Load4(columns_.back)));
 
@@ -306,32 +354,30 @@ private:
         uint64_t first_, end_;
     };
 
-    // aCount rows from aFirst through the row kernel into the ring, their sums side by side.
-    // Each row is first read into linear light, with 2R front colours before it and 2R back
-    // colours behind it, so that output i takes x[i], x[i - R] and x[i - 2R] straight from it.
+    // aCount rows from aFirst through the row kernel into the ring, their sums side by side,
+    // kRowsPerVector to a vector. The rows are first read into linear light, interleaved
+    // (pixel j of row g at j x kRowGroup + g), with 2R front colours before them and 2R back
+    // colours behind them, so that output i takes x[i], x[i - R] and x[i - 2R] of all rows
+    // in one load each. Rows missing from a whole group repeat the last and write to a spare.
     void Rows(uint64_t aFirst, uint32_t aCount, uint32_t aShare) const {
         const uint64_t n = rows_.length, R = rows_.radius, outputs = n + 2 * R;
-        v4f* x[kRowGroup];
-        typename Kernel::template State<v4f> state[kRowGroup];
-        for (uint32_t g = 0; g < aCount; ++g) {
-            x[g] = lines_.get() + (uint64_t(aShare) * kRowGroup + g) * lineLength_;
-            const TPixelChannel* in = source_ + (aFirst + g) * sourceStride_;
-            v4f* line = x[g] + 2 * R;
-            linear_(in, line, n);
-            const v4f front = rows_.front ? Load4(rows_.front) : line[0];
-            const v4f back = rows_.back ? Load4(rows_.back) : line[n - 1];
-            std::fill_n(x[g], 2 * R, front);
-            std::fill_n(line + n, 2 * R, back);
-            state[g] = rows_.Init(front);
-        }
+        v4f* const x = lines_.get() + uint64_t(aShare) * kRowGroup * lineLength_;
         v4f* out[kRowGroup];
-        for (uint32_t g = 0; g < aCount; ++g) out[g] = RingRow(aFirst + g);
-        switch (aCount) {
-            case 4: Walk<4>(state, x, out, outputs); break;
-            case 3: Walk<3>(state, x, out, outputs); break;
-            case 2: Walk<2>(state, x, out, outputs); break;
-            default: Walk<1>(state, x, out, outputs); break;
+        alignas(64) v4f fronts[kRowGroup];
+        for (uint32_t g = 0; g < kRowGroup; ++g) {
+            const uint64_t row = aFirst + std::min(g, aCount - 1);
+            v4f* const line = x + 2 * R * kRowGroup + g;
+            linear_(source_ + row * sourceStride_, line, n, kRowGroup);
+            const v4f front = rows_.front ? Load4(rows_.front) : line[0];
+            const v4f back = rows_.back ? Load4(rows_.back) : line[(n - 1) * kRowGroup];
+            for (uint64_t j = 0; j < 2 * R; ++j) {
+                x[j * kRowGroup + g] = front;
+                line[(n + j) * kRowGroup] = back;
+            }
+            out[g] = g < aCount ? RingRow(row) : spare_.get() + uint64_t(aShare) * RingStride();
+            fronts[g] = front;
         }
+        Walk(reinterpret_cast<const vRows*>(x), reinterpret_cast<const vRows*>(fronts), out, outputs);
         // The first and last row are also the columns' replicated ends.
         for (uint32_t g = 0; g < aCount; ++g) {
             if (aFirst + g == 0 && !columns_.front) ReadRow(0, front_.get());
@@ -339,25 +385,17 @@ private:
         }
     }
 
-    // The sums of G rows walked side by side, the group's count fixed so that they stay in
-    // registers.
-    template <uint32_t G>
-    void Walk(typename Kernel::template State<v4f>* aState, v4f* const* aX, v4f* const* aOut,
-              uint64_t aOutputs) const {
+    // The row walk of a group: its kVectors sums are independent chains that stay in registers.
+    void Walk(const vRows* aX, const vRows* aFronts, v4f* const* aOut, uint64_t aOutputs) const {
+        constexpr uint32_t kVectors = kRowGroup / kRowsPerVector;
         const uint64_t R = rows_.radius;
         const double scale = double(rows_.Inverse()) * 32768.0;
-        typename Kernel::template State<v4f> st[G];
-        const v4f* x[G];
-        v4f* out[G];
-        for (uint32_t g = 0; g < G; ++g) {
-            st[g] = aState[g];
-            x[g] = aX[g];
-            out[g] = aOut[g];
-        }
+        typename Kernel::template State<vRows> st[kVectors];
+        for (uint32_t v = 0; v < kVectors; ++v) st[v] = rows_.Init(aFronts[v]);
         for (uint64_t i = 0; i < aOutputs; ++i) {
-#pragma GCC unroll 4
-            for (uint32_t g = 0; g < G; ++g)
-                StoreWideFloatFromSum(out[g] + i, rows_.Step(st[g], x[g][i + 2 * R], x[g][i + R], x[g][i]), scale);
+            const vRows *enter = aX + (i + 2 * R) * kVectors, *middle = aX + (i + R) * kVectors, *leave = aX + i * kVectors;
+            for (uint32_t v = 0; v < kVectors; ++v)
+                StoreRowsWideFloat(rows_.Step(st[v], enter[v], middle[v], leave[v]), scale, aOut + v * kRowsPerVector, i);
         }
     }
 
@@ -419,7 +457,7 @@ private:
     CAlignedArray<v4f> ring_;
     CAlignedArray<v8f> front_, back_;
     CAlignedArray<State> state_;
-    CAlignedArray<v4f> lines_;
+    CAlignedArray<v4f> lines_, spare_;
 };
 
 // ---------------------------------------------------------------- the recursive kernel
