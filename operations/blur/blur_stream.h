@@ -93,6 +93,7 @@ namespace avx2 {
 // 256-bit halves of 512-bit registers go through, for an uninitialised value.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
 #define ZT_BLUR_PERMUTED_TABLES 1
 namespace avx512 {
 #include "operations/blur/blur_stream_wide.h"
