@@ -138,14 +138,14 @@ public:
     }
     v8u operator()(v8u aIndex) const {
         // The upper eight lanes select entry 0 and are not used.
-        const __m512i i = _mm512_zextsi256_si512(__m256i(aIndex));
+        return v8u(_mm512_castsi512_si256(Sixteen(_mm512_zextsi256_si512(__m256i(aIndex)))));
+    }
+    __m512i Sixteen(__m512i i) const {
         const __m512i e0 = _mm512_permutex2var_epi32(t_[0], i, t_[1]), e1 = _mm512_permutex2var_epi32(t_[2], i, t_[3]);
         const __m512i e2 = _mm512_permutex2var_epi32(t_[4], i, t_[5]), e3 = _mm512_permutex2var_epi32(t_[6], i, t_[7]);
         const __mmask16 bit5 = _mm512_test_epi32_mask(i, _mm512_set1_epi32(32));
         const __mmask16 bit6 = _mm512_test_epi32_mask(i, _mm512_set1_epi32(64));
-        const __m512i e = _mm512_mask_blend_epi32(bit6, _mm512_mask_blend_epi32(bit5, e0, e1),
-                                                  _mm512_mask_blend_epi32(bit5, e2, e3));
-        return v8u(_mm512_castsi512_si256(e));
+        return _mm512_mask_blend_epi32(bit6, _mm512_mask_blend_epi32(bit5, e0, e1), _mm512_mask_blend_epi32(bit5, e2, e3));
     }
 
 private:
@@ -243,6 +243,58 @@ __attribute__((always_inline)) inline void DeMulSRGB8(const CEncoderEntries& aEn
     else std::memcpy(aOut, &ordered, aCount * sizeof(TPixelChannel));
 }
 
+#if ZT_BLUR_PERMUTED_TABLES
+using v16f = float __attribute__((vector_size(64)));
+using v16i = int32_t __attribute__((vector_size(64)));
+using v16u = uint32_t __attribute__((vector_size(64)));
+
+// Column pairs of a chunk of the column pass, whose sums stay in registers.
+constexpr uint32_t kChunkPairs = 8;
+
+// DeMulSRGB8 on the sums of sixteen pixels, given as eight pairs of neighbours; lane by lane
+// the same operations in the same order. Writes aCount (at most sixteen) pixels.
+__attribute__((always_inline)) inline void DeMulSRGBChunk(const CEncoderEntries& aEntries, const v8f* aPairs,
+                                                          float aInv, TPixelChannel* aOut, uint32_t aCount) {
+    // z[k], 128-bit lane L: pixel 4k + L.
+    auto quad = [&](int k) {
+        return _mm512_castpd_ps(_mm512_insertf64x4(_mm512_zextpd256_pd512(_mm256_castps_pd(__m256(aPairs[k]))),
+                                                   _mm256_castps_pd(__m256(aPairs[k + 1])), 1));
+    };
+    const __m512 z0 = quad(0), z1 = quad(2), z2 = quad(4), z3 = quad(6);
+    const __m512 t0 = _mm512_unpacklo_ps(z0, z1), t1 = _mm512_unpackhi_ps(z0, z1);
+    const __m512 t2 = _mm512_unpacklo_ps(z2, z3), t3 = _mm512_unpackhi_ps(z2, z3);
+    // One channel per vector; lane 4L + m holds pixel L + 4m.
+    const v16f b = v16f(_mm512_shuffle_ps(t0, t2, _MM_SHUFFLE(1, 0, 1, 0)));
+    const v16f g = v16f(_mm512_shuffle_ps(t0, t2, _MM_SHUFFLE(3, 2, 3, 2)));
+    const v16f r = v16f(_mm512_shuffle_ps(t1, t3, _MM_SHUFFLE(1, 0, 1, 0)));
+    const v16f a = v16f(_mm512_shuffle_ps(t1, t3, _MM_SHUFFLE(3, 2, 3, 2)));
+
+    const v16f low = v16f(_mm512_set1_ps(kEncodeLow)), high = v16f(_mm512_set1_ps(kEncodeHigh));
+    const v16i keep = a * aInv > v16f(_mm512_set1_ps(kHalfStep));
+    const v16f u = 1.0f / a;
+    auto colour = [&](v16f s) {
+        // Dropped pixels still pass the encoder: give it a value it accepts. The clamp as a
+        // maximum and a minimum, as in ClampForEncoder8.
+        const v16f v = keep ? v16f(_mm512_min_ps(_mm512_max_ps(__m512(s * u), __m512(low)), __m512(high))) : low;
+        const v16u bits = v16u(v);
+        const v16u entry = v16u(aEntries.Sixteen(__m512i((bits - 0x39000000u) >> 20)));
+        return ((((bits >> 12) & 255u) * (entry & 0xFFFFu) + ((entry >> 7) & 0x1FFFE00u)) >> 16) & 255u;
+    };
+    const v16f alphaF = keep ? a * (aInv * 255.0f) + 0.5f : v16f{};
+    const v16u alpha = __builtin_convertvector(__builtin_convertvector(alphaF, v16i), v16u) & 255u;
+    const v16u pixels = (colour(b) | colour(g) << 8 | colour(r) << 16 | alpha << 24) & v16u(keep);
+    const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+    _mm512_mask_storeu_epi32(aOut, __mmask16((1u << aCount) - 1), _mm512_permutexvar_epi32(order, __m512i(pixels)));
+}
+#else
+constexpr uint32_t kChunkPairs = 4;
+
+__attribute__((always_inline)) inline void DeMulSRGBChunk(const CEncoderEntries& aEntries, const v8f* aPairs,
+                                                          float aInv, TPixelChannel* aOut, uint32_t aCount) {
+    DeMulSRGB8(aEntries, aPairs, aInv, aOut, aCount);
+}
+#endif
+
 template <class Kernel>
 class CStreamedBlur {
 public:
@@ -304,7 +356,6 @@ public:
 private:
     static constexpr uint64_t kBand = 32;        // rows blurred per band
     static constexpr uint32_t kRowGroup = 4;     // rows whose sums are walked side by side
-    static constexpr uint32_t kChunkPairs = 4;   // column pairs whose sums stay in registers
     using State = typename Kernel::template State<v8f>;
 
     uint64_t RingStride() const { return 2 * pairs_; }
@@ -423,14 +474,14 @@ private:
             if (o >= 0 && e < H) {
                 const v4f *er = RingRow(uint64_t(e)) + x0, *mr = RingRow(uint64_t(m)) + x0,
                           *lr = RingRow(uint64_t(o)) + x0;
-#pragma GCC unroll 4
+#pragma GCC unroll 8
                 for (uint32_t k = 0; k < kChunkPairs; ++k)
                     sums[k] = columns_.Step(st[k], LoadPair(er + 2 * k), LoadPair(mr + 2 * k), LoadPair(lr + 2 * k));
             } else {
                 for (uint32_t k = 0; k < kChunkPairs; ++k)
                     sums[k] = columns_.Step(st[k], At(e, aPair + k), At(m, aPair + k), At(o, aPair + k));
             }
-            DeMulSRGB8(entries, sums, inv, target_ + i * width_ + x0, inside);
+            DeMulSRGBChunk(entries, sums, inv, target_ + i * width_ + x0, inside);
         }
         for (uint32_t k = 0; k < kChunkPairs; ++k) state_[aPair + k] = st[k];
     }
