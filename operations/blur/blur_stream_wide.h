@@ -4,7 +4,6 @@
 // same text. Not a header of its own: it includes nothing and opens no namespace.
 
 inline v8f Splat8(float a) { return v8f{a, a, a, a, a, a, a, a}; }
-inline v8f PairOf(v4f a) { return v8f{a[0], a[1], a[2], a[3], a[0], a[1], a[2], a[3]}; }
 
 // The ring of the streamed blur holds each wide pixel already read back as CFloatWideSrc
 // reads it: the 16-bit value (value x scale cut towards zero, low 16 bits kept) to float,
@@ -51,8 +50,25 @@ inline void StoreRowsWideFloat(vRows aSum, double aScale, v4f* const* aOut, uint
 }
 #endif
 
-// Two neighbouring pixels of the ring.
-inline v8f LoadPair(const v4f* aPair) { return v8f(_mm256_loadu_ps(reinterpret_cast<const float*>(aPair))); }
+#if ZT_BLUR_PERMUTED_TABLES
+// Neighbouring pixels of a row, side by side, in the column pass.
+using vCols = float __attribute__((vector_size(64)));
+constexpr uint32_t kPixelsPerVector = 4;
+#else
+using vCols = v8f;
+constexpr uint32_t kPixelsPerVector = 2;
+#endif
+
+inline vCols LoadColumns(const v4f* aPixels) {
+    vCols v;
+    std::memcpy(&v, aPixels, sizeof v);
+    return v;
+}
+inline vCols ColumnsOf(v4f aPixel) {
+    v4f pixels[kPixelsPerVector];
+    std::fill_n(pixels, kPixelsPerVector, aPixel);
+    return LoadColumns(pixels);
+}
 
 #if ZT_BLUR_PERMUTED_TABLES
 // PreMulLinearF of a run of stored pixels, sixteen at a time. The 256 floats of the table
@@ -243,24 +259,20 @@ __attribute__((always_inline)) inline void DeMulSRGB8(const CEncoderEntries& aEn
     else std::memcpy(aOut, &ordered, aCount * sizeof(TPixelChannel));
 }
 
+// Column vectors of a chunk of the column pass, whose sums stay in registers.
+constexpr uint32_t kChunkVectors = 4;
+
 #if ZT_BLUR_PERMUTED_TABLES
 using v16f = float __attribute__((vector_size(64)));
 using v16i = int32_t __attribute__((vector_size(64)));
 using v16u = uint32_t __attribute__((vector_size(64)));
 
-// Column pairs of a chunk of the column pass, whose sums stay in registers.
-constexpr uint32_t kChunkPairs = 8;
-
-// DeMulSRGB8 on the sums of sixteen pixels, given as eight pairs of neighbours; lane by lane
-// the same operations in the same order. Writes aCount (at most sixteen) pixels.
-__attribute__((always_inline)) inline void DeMulSRGBChunk(const CEncoderEntries& aEntries, const v8f* aPairs,
+// DeMulSRGB8 on the sums of sixteen pixels, four to a vector; lane by lane the same
+// operations in the same order. Writes aCount (at most sixteen) pixels.
+__attribute__((always_inline)) inline void DeMulSRGBChunk(const CEncoderEntries& aEntries, const vCols* aSums,
                                                           float aInv, TPixelChannel* aOut, uint32_t aCount) {
     // z[k], 128-bit lane L: pixel 4k + L.
-    auto quad = [&](int k) {
-        return _mm512_castpd_ps(_mm512_insertf64x4(_mm512_zextpd256_pd512(_mm256_castps_pd(__m256(aPairs[k]))),
-                                                   _mm256_castps_pd(__m256(aPairs[k + 1])), 1));
-    };
-    const __m512 z0 = quad(0), z1 = quad(2), z2 = quad(4), z3 = quad(6);
+    const __m512 z0 = __m512(aSums[0]), z1 = __m512(aSums[1]), z2 = __m512(aSums[2]), z3 = __m512(aSums[3]);
     const __m512 t0 = _mm512_unpacklo_ps(z0, z1), t1 = _mm512_unpackhi_ps(z0, z1);
     const __m512 t2 = _mm512_unpacklo_ps(z2, z3), t3 = _mm512_unpackhi_ps(z2, z3);
     // One channel per vector; lane 4L + m holds pixel L + 4m.
@@ -287,11 +299,9 @@ __attribute__((always_inline)) inline void DeMulSRGBChunk(const CEncoderEntries&
     _mm512_mask_storeu_epi32(aOut, __mmask16((1u << aCount) - 1), _mm512_permutexvar_epi32(order, __m512i(pixels)));
 }
 #else
-constexpr uint32_t kChunkPairs = 4;
-
-__attribute__((always_inline)) inline void DeMulSRGBChunk(const CEncoderEntries& aEntries, const v8f* aPairs,
+__attribute__((always_inline)) inline void DeMulSRGBChunk(const CEncoderEntries& aEntries, const vCols* aSums,
                                                           float aInv, TPixelChannel* aOut, uint32_t aCount) {
-    DeMulSRGB8(aEntries, aPairs, aInv, aOut, aCount);
+    DeMulSRGB8(aEntries, aSums, aInv, aOut, aCount);
 }
 #endif
 
@@ -312,7 +322,7 @@ public:
           columns_(aColumns),
           height_(aColumns.length),
           width_(uint64_t(aRows.length) + 2 * uint64_t(aRows.radius)),
-          pairs_((width_ + 2 * kChunkPairs - 1) / (2 * kChunkPairs) * kChunkPairs),
+          vectors_((width_ + kChunkPixels - 1) / kChunkPixels * kChunkVectors),
           reach_(2 * uint64_t(aColumns.radius)) {
         // Rows of the ring: a power of two of at least a band and the column reach, whose mask
         // finds a row's place; or all rows, which then keep their own index.
@@ -331,14 +341,14 @@ public:
         // and the back colour on both sides.
         lineLength_ = uint64_t(rows_.length) + 4 * uint64_t(rows_.radius);
         ring_ = AllocateAligned<v4f>(ringRows_ * RingStride(), true);
-        front_ = AllocateAligned<v8f>(pairs_);
-        back_ = AllocateAligned<v8f>(pairs_);
-        state_ = AllocateAligned<State>(pairs_);
+        front_ = AllocateAligned<vCols>(vectors_);
+        back_ = AllocateAligned<vCols>(vectors_);
+        state_ = AllocateAligned<State>(vectors_);
         lines_ = AllocateAligned<v4f>(uint64_t(threads) * kRowGroup * lineLength_);
         spare_ = AllocateAligned<v4f>(uint64_t(threads) * RingStride());
         if (!ring_ || !front_ || !back_ || !state_ || !lines_ || !spare_) return E_OUTOFMEMORY;
-        if (columns_.front) std::fill_n(front_.get(), pairs_, PairOf(Load4(columns_.front)));
-        if (columns_.back) std::fill_n(back_.get(), pairs_, PairOf(Load4(columns_.back)));
+        if (columns_.front) std::fill_n(front_.get(), vectors_, ColumnsOf(Load4(columns_.front)));
+        if (columns_.back) std::fill_n(back_.get(), vectors_, ColumnsOf(Load4(columns_.back)));
 
         const uint64_t outputs = height_ + reach_;
         for (uint64_t i0 = 0; i0 < outputs; i0 += kBand) {
@@ -348,7 +358,7 @@ public:
                 Execute(aPool, threads, rows, uint32_t(std::min<uint64_t>(i1, height_) - i0));
             }
             CColumnsTask columns(*this, i0, i1);
-            Execute(aPool, threads, columns, uint32_t(pairs_ / kChunkPairs));
+            Execute(aPool, threads, columns, uint32_t(vectors_ / kChunkVectors));
         }
         return S_OK;
     }
@@ -356,9 +366,10 @@ public:
 private:
     static constexpr uint64_t kBand = 32;        // rows blurred per band
     static constexpr uint32_t kRowGroup = 4;     // rows whose sums are walked side by side
-    using State = typename Kernel::template State<v8f>;
+    static constexpr uint64_t kChunkPixels = kChunkVectors * kPixelsPerVector;
+    using State = typename Kernel::template State<vCols>;
 
-    uint64_t RingStride() const { return 2 * pairs_; }
+    uint64_t RingStride() const { return vectors_ * kPixelsPerVector; }
     v4f* RingRow(uint64_t aRow) const { return ring_.get() + (aRow & ringMask_) * RingStride(); }
 
     // On the pool only when every thread gets at least one line (see RunTask). The share
@@ -393,10 +404,10 @@ private:
         CColumnsTask(const CStreamedBlur& aBlur, uint64_t aFirst, uint64_t aEnd)
             : b_(aBlur), first_(aFirst), end_(aEnd) {}
         HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
-            const SShare share = BlurShare(aIndex, aTotal, uint32_t(b_.pairs_ / kChunkPairs));
+            const SShare share = BlurShare(aIndex, aTotal, uint32_t(b_.vectors_ / kChunkVectors));
             if (!share.any) return S_FALSE;
             for (uint32_t chunk = share.first; chunk < share.end; ++chunk)
-                b_.Columns(uint64_t(chunk) * kChunkPairs, first_, end_);
+                b_.Columns(uint64_t(chunk) * kChunkVectors, first_, end_);
             return S_OK;
         }
 
@@ -450,47 +461,53 @@ private:
         }
     }
 
-    void ReadRow(uint64_t aRow, v8f* aTo) const {
+    void ReadRow(uint64_t aRow, vCols* aTo) const {
         const v4f* row = RingRow(aRow);
-        for (uint64_t p = 0; p < pairs_; ++p) aTo[p] = LoadPair(row + 2 * p);
+        for (uint64_t v = 0; v < vectors_; ++v) aTo[v] = LoadColumns(row + v * kPixelsPerVector);
     }
 
-    // Column outputs [aFirst, aEnd) of the kChunkPairs pairs from aPair on.
-    void Columns(uint64_t aPair, uint64_t aFirst, uint64_t aEnd) const {
+    // Column outputs [aFirst, aEnd) of the kChunkVectors column vectors from aVector on.
+    void Columns(uint64_t aVector, uint64_t aFirst, uint64_t aEnd) const {
         const float inv = columns_.Inverse();
         const CEncoderEntries entries = entries_;  // held in registers through the loop
         const int64_t R = columns_.radius, H = int64_t(height_);
-        State st[kChunkPairs];
-        for (uint32_t k = 0; k < kChunkPairs; ++k)
-            st[k] = aFirst == 0 ? columns_.Init(front_[aPair + k]) : state_[aPair + k];
+        // Every loop over the chunk is unrolled, so that the sums live in registers.
+        State st[kChunkVectors];
+#pragma GCC unroll 4
+        for (uint32_t k = 0; k < kChunkVectors; ++k)
+            st[k] = aFirst == 0 ? columns_.Init(front_[aVector + k]) : state_[aVector + k];
         // Pixels of the chunk that lie in the target: the last chunk may hang over.
-        const uint64_t x0 = 2 * aPair;
-        const uint32_t inside = uint32_t(std::min<uint64_t>(2 * kChunkPairs, width_ - x0));
+        const uint64_t x0 = aVector * kPixelsPerVector;
+        const uint32_t inside = uint32_t(std::min<uint64_t>(kChunkPixels, width_ - x0));
 
         for (uint64_t i = aFirst; i < aEnd; ++i) {
             // x[i] enters, x[i - R] passes the middle, x[i - 2R] leaves.
             const int64_t e = int64_t(i), m = e - R, o = e - 2 * R;
-            v8f sums[kChunkPairs];
+            vCols sums[kChunkVectors];
             if (o >= 0 && e < H) {
                 const v4f *er = RingRow(uint64_t(e)) + x0, *mr = RingRow(uint64_t(m)) + x0,
                           *lr = RingRow(uint64_t(o)) + x0;
-#pragma GCC unroll 8
-                for (uint32_t k = 0; k < kChunkPairs; ++k)
-                    sums[k] = columns_.Step(st[k], LoadPair(er + 2 * k), LoadPair(mr + 2 * k), LoadPair(lr + 2 * k));
+#pragma GCC unroll 4
+                for (uint32_t k = 0; k < kChunkVectors; ++k) {
+                    const uint64_t at = k * kPixelsPerVector;
+                    sums[k] = columns_.Step(st[k], LoadColumns(er + at), LoadColumns(mr + at), LoadColumns(lr + at));
+                }
             } else {
-                for (uint32_t k = 0; k < kChunkPairs; ++k)
-                    sums[k] = columns_.Step(st[k], At(e, aPair + k), At(m, aPair + k), At(o, aPair + k));
+#pragma GCC unroll 4
+                for (uint32_t k = 0; k < kChunkVectors; ++k)
+                    sums[k] = columns_.Step(st[k], At(e, aVector + k), At(m, aVector + k), At(o, aVector + k));
             }
             DeMulSRGBChunk(entries, sums, inv, target_ + i * width_ + x0, inside);
         }
-        for (uint32_t k = 0; k < kChunkPairs; ++k) state_[aPair + k] = st[k];
+#pragma GCC unroll 4
+        for (uint32_t k = 0; k < kChunkVectors; ++k) state_[aVector + k] = st[k];
     }
 
-    // x[j] of the columns of a pair: the front before the first row, the back behind the last.
-    v8f At(int64_t aRow, uint64_t aPair) const {
-        if (aRow < 0) return front_[aPair];
-        if (aRow >= int64_t(height_)) return back_[aPair];
-        return LoadPair(RingRow(uint64_t(aRow)) + 2 * aPair);
+    // x[j] of the columns of a vector: the front before the first row, the back behind the last.
+    vCols At(int64_t aRow, uint64_t aVector) const {
+        if (aRow < 0) return front_[aVector];
+        if (aRow >= int64_t(height_)) return back_[aVector];
+        return LoadColumns(RingRow(uint64_t(aRow)) + aVector * kPixelsPerVector);
     }
 
     const TSRGBFloatRecord* table_;
@@ -502,11 +519,11 @@ private:
     Kernel rows_, columns_;
     uint64_t height_;  // H, the columns' length
     uint64_t width_;   // E, the target's width
-    uint64_t pairs_;   // pairs of columns in the ring, whole chunks
+    uint64_t vectors_;  // column vectors in a row of the ring, whole chunks
     uint64_t reach_;   // 2R of the columns
     uint64_t ringRows_ = 0, ringMask_ = 0, lineLength_ = 0;
     CAlignedArray<v4f> ring_;
-    CAlignedArray<v8f> front_, back_;
+    CAlignedArray<vCols> front_, back_;
     CAlignedArray<State> state_;
     CAlignedArray<v4f> lines_, spare_;
 };
