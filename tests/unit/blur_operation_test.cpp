@@ -680,23 +680,30 @@ TEST(BlurThreads, StreamedTwoAxisBlurGivesThePixelsOfTheTwoPasses) {
                 for (const char* replicate : {"false", "true"}) {
                     for (uint32_t threads : {1u, 3u}) {
                         ThreadCount count(threads);
-                        std::vector<TPixelChannel> result[2];
-                        for (int streamed = 0; streamed < 2; ++streamed) {
-                            gStreamedBlurAllowed = streamed == 1;
+                        // The two passes, the AVX2 form, and the AVX-512 form where there is one.
+                        std::vector<TPixelChannel> result[3];
+                        const int paths = WideLookupsAvailable() ? 3 : 2;
+                        for (int path = 0; path < paths; ++path) {
+                            gStreamedBlurAllowed = path > 0;
+                            gWideLookupsAllowed = path > 1;
                             auto doc = PixelDocument({l.cw, l.ch}, {int32_t(l.x), int32_t(l.y)}, {l.w, l.h}, pixels,
                                                      0x40808080);
                             const HRESULT hr = RunBlur(doc, Config({{"Method", method},
                                                                     {"Radius", radius},
                                                                     {"EdgeReplication", replicate}}));
                             gStreamedBlurAllowed = true;
+                            gWideLookupsAllowed = true;
                             ASSERT_EQ(S_OK, hr);
-                            result[streamed] = State(doc).content;
+                            result[path] = State(doc).content;
                         }
-                        ASSERT_EQ(result[0].size(), result[1].size());
-                        for (size_t i = 0; i < result[0].size(); ++i)
-                            ASSERT_EQ(result[0][i].n, result[1][i].n)
-                                << l.w << "x" << l.h << " method " << method << " radius " << radius
-                                << (std::string(replicate) == "true" ? " replicated" : "") << " pixel " << i;
+                        for (int path = 1; path < paths; ++path) {
+                            ASSERT_EQ(result[0].size(), result[path].size());
+                            for (size_t i = 0; i < result[0].size(); ++i)
+                                ASSERT_EQ(result[0][i].n, result[path][i].n)
+                                    << "path " << path << " " << l.w << "x" << l.h << " method " << method
+                                    << " radius " << radius
+                                    << (std::string(replicate) == "true" ? " replicated" : "") << " pixel " << i;
+                        }
                     }
                 }
             }
