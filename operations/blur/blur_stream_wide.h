@@ -602,70 +602,168 @@ __attribute__((always_inline)) inline void DeMulSRGBRecursive8(const CEncoderEnt
     else std::memcpy(aOut, &ordered, aCount * sizeof(TPixelChannel));
 }
 
+#if ZT_BLUR_PERMUTED_TABLES
+// A pixel of two lines of the recursive kernel, side by side; sixteen lines to a group.
+using vLines = double __attribute__((vector_size(64)));
+constexpr uint32_t kLinesPerVector = 2;
+constexpr uint32_t kRecursiveLines = 16;
+inline vLines LinesOf(const v4df* aPixels) {
+    return vLines(_mm512_insertf64x4(_mm512_zextpd256_pd512(__m256d(aPixels[0])), __m256d(aPixels[1]), 1));
+}
+
+// DeMulSRGBFromRecursive on sixteen values, lane by lane the same operations in the same
+// order. Writes aCount (at most sixteen) pixels.
+__attribute__((always_inline)) inline void DeMulSRGBRecursiveGroup(const CEncoderEntries& aEntries,
+                                                                   const v4df* aY, TPixelChannel* aOut,
+                                                                   uint32_t aCount) {
+    const vLines* pairs = reinterpret_cast<const vLines*>(aY);  // pixels 2k and 2k + 1
+    // Colours in single precision, four pixels to a vector (z[k], 128-bit lane L: pixel
+    // 4k + L), then one channel per vector, put back in pixel order.
+    auto quad = [&](int k) {
+        return _mm512_castpd_ps(_mm512_insertf64x4(
+            _mm512_zextpd256_pd512(_mm256_castps_pd(_mm512_cvtpd_ps(__m512d(pairs[2 * k])))),
+            _mm256_castps_pd(_mm512_cvtpd_ps(__m512d(pairs[2 * k + 1]))), 1));
+    };
+    const __m512 z0 = quad(0), z1 = quad(1), z2 = quad(2), z3 = quad(3);
+    const __m512 t0 = _mm512_unpacklo_ps(z0, z1), t1 = _mm512_unpackhi_ps(z0, z1);
+    const __m512 t2 = _mm512_unpacklo_ps(z2, z3), t3 = _mm512_unpackhi_ps(z2, z3);
+    const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+    auto plane = [&](__m512 aPositions) { return v16f(_mm512_permutexvar_ps(order, aPositions)); };
+    const v16f b = plane(_mm512_shuffle_ps(t0, t2, _MM_SHUFFLE(1, 0, 1, 0)));
+    const v16f g = plane(_mm512_shuffle_ps(t0, t2, _MM_SHUFFLE(3, 2, 3, 2)));
+    const v16f r = plane(_mm512_shuffle_ps(t1, t3, _MM_SHUFFLE(1, 0, 1, 0)));
+    // Alpha stays in double precision: pixels 0 .. 7 and 8 .. 15 in order.
+    auto alphas = [&](int aFirst) {
+        const __m512i pick = _mm512_setr_epi64(3, 7, 11, 15, 3, 7, 11, 15);
+        const __m512d lo = _mm512_permutex2var_pd(__m512d(pairs[aFirst]), pick, __m512d(pairs[aFirst + 1]));
+        const __m512d hi = _mm512_permutex2var_pd(__m512d(pairs[aFirst + 2]), pick, __m512d(pairs[aFirst + 3]));
+        return _mm512_mask_blend_pd(0xF0, lo, hi);
+    };
+    const __m512d a0 = alphas(0), a1 = alphas(4);
+    const __m512d threshold = _mm512_set1_pd(0.00196078431372549);
+    const __mmask8 keep0 = _mm512_cmp_pd_mask(a0, threshold, _CMP_GT_OQ);
+    const __mmask8 keep1 = _mm512_cmp_pd_mask(a1, threshold, _CMP_GT_OQ);
+    const __mmask16 keep = __mmask16(keep0 | unsigned(keep1) << 8);
+    auto join = [](__m256 aLo, __m256 aHi) {
+        return v16f(_mm512_castpd_ps(_mm512_insertf64x4(_mm512_zextpd256_pd512(_mm256_castps_pd(aLo)),
+                                                        _mm256_castps_pd(aHi), 1)));
+    };
+    const __m512d one = _mm512_set1_pd(1.0);
+    const v16f u = join(_mm512_cvtpd_ps(_mm512_div_pd(one, a0)), _mm512_cvtpd_ps(_mm512_div_pd(one, a1)));
+    const v16f low = v16f(_mm512_set1_ps(kEncodeLow)), high = v16f(_mm512_set1_ps(kEncodeHigh));
+    auto colour = [&](v16f y) {
+        const __m512 v = _mm512_mask_blend_ps(keep, __m512(low), _mm512_min_ps(_mm512_max_ps(__m512(y * u), __m512(low)), __m512(high)));
+        const v16u bits = v16u(v);
+        const v16u entry = v16u(aEntries.Sixteen(__m512i((bits - 0x39000000u) >> 20)));
+        return ((((bits >> 12) & 255u) * (entry & 0xFFFFu) + ((entry >> 7) & 0x1FFFE00u)) >> 16) & 255u;
+    };
+    // Kept lanes have alpha above 0, so the cut is of a positive number.
+    auto alphaBytes = [&](__m512d a, __mmask8 k) {
+        const __m512d scaled = _mm512_add_pd(_mm512_mul_pd(_mm512_maskz_mov_pd(k, a), _mm512_set1_pd(255.0)),
+                                             _mm512_set1_pd(0.5));
+        return _mm256_min_epi32(_mm512_cvttpd_epi32(scaled), _mm256_set1_epi32(255));
+    };
+    const v16u alpha = v16u(_mm512_inserti64x4(_mm512_zextsi256_si512(alphaBytes(a0, keep0)), alphaBytes(a1, keep1), 1));
+    const v16u pixels = colour(b) | colour(g) << 8 | colour(r) << 16 | alpha << 24;
+    _mm512_mask_storeu_epi32(aOut, __mmask16((1u << aCount) - 1), _mm512_maskz_mov_epi32(keep, __m512i(pixels)));
+}
+#else
+// A pixel of one line of the recursive kernel; eight lines to a group.
+using vLines = v4df;
+constexpr uint32_t kLinesPerVector = 1;
+constexpr uint32_t kRecursiveLines = 8;
+inline vLines LinesOf(const v4df* aPixels) { return aPixels[0]; }
+
+__attribute__((always_inline)) inline void DeMulSRGBRecursiveGroup(const CEncoderEntries& aEntries,
+                                                                   const v4df* aY, TPixelChannel* aOut,
+                                                                   uint32_t aCount) {
+    DeMulSRGBRecursive8(aEntries, aY, aOut, aCount);
+}
+#endif
+
 // G lines of the recursive kernel side by side: the forward and backward walk of
-// CRecursiveBlur::LineGroup with a pixel in one vector. aRead(g, j) gives input j of line g,
-// aWrite(j, y) takes output j of all G lines; aW holds G x WorkLength() entries.
+// CRecursiveBlur::LineGroup, kLinesPerVector lines to a vector. aRead(g, j) gives input j
+// of line g, aWrite(j, y) takes output j of all G lines as G pixels; aW holds G x
+// WorkLength() pixels, entry i of line g at i x G + g, which is also how the vectors lie.
 template <uint32_t G, class Read, class Write>
 void RecursiveWalk(const CRecursiveBlurRGBA& aKernel, const Read& aRead, const Write& aWrite, v4df* aW) {
+    constexpr uint32_t V = G / kLinesPerVector;
+    static_assert(V * kLinesPerVector == G);
     const uint32_t n = aKernel.length, R = aKernel.border, L = n + 3 * R, outCount = n + 2 * R;
     const double cB = aKernel.B, c1 = aKernel.b1, c2 = aKernel.b2, c3 = aKernel.b3;
-    auto Step = [=](v4df c, v4df a1, v4df a2, v4df a3) { return cB * c + c1 * a1 + c2 * a2 + c3 * a3; };
-    auto W = [&](uint32_t i) { return aW + size_t(i) * G; };
-    const v4df frontColour = {aKernel.front[0], aKernel.front[1], aKernel.front[2], aKernel.front[3]};
-    const v4df backFixed = {aKernel.back[0], aKernel.back[1], aKernel.back[2], aKernel.back[3]};
+    auto Step = [=](vLines c, vLines a1, vLines a2, vLines a3) { return cB * c + c1 * a1 + c2 * a2 + c3 * a3; };
+    vLines* const w = reinterpret_cast<vLines*>(aW);
+    auto W = [&](uint32_t i) { return w + size_t(i) * V; };
+    const v4df front = {aKernel.front[0], aKernel.front[1], aKernel.front[2], aKernel.front[3]};
+    const v4df back = {aKernel.back[0], aKernel.back[1], aKernel.back[2], aKernel.back[3]};
+    // Input j of all lines, in vectors.
+    auto read = [&](uint32_t j, vLines* aTo) {
+        for (uint32_t v = 0; v < V; ++v) {
+            v4df pixels[kLinesPerVector];
+            for (uint32_t k = 0; k < kLinesPerVector; ++k) pixels[k] = aRead(v * kLinesPerVector + k, j);
+            aTo[v] = LinesOf(pixels);
+        }
+    };
+    auto fill = [&](v4df aColour, vLines* aTo) {
+        v4df pixels[kLinesPerVector];
+        std::fill_n(pixels, kLinesPerVector, aColour);
+        std::fill_n(aTo, V, LinesOf(pixels));
+    };
 
-    v4df c[G], backColour[G];
-    for (uint32_t g = 0; g < G; ++g) {
-        backColour[g] = aKernel.replicateBack ? aRead(g, n - 1) : backFixed;
-        c[g] = aKernel.replicateFront ? aRead(g, 0) : frontColour;
-    }
+    vLines c[V], backColour[V];
+    if (aKernel.replicateBack) read(n - 1, backColour);
+    else fill(back, backColour);
+    if (aKernel.replicateFront) read(0, c);
+    else fill(front, c);
     uint32_t consumed = 0;
     // At R = 1 on a one-pixel line the walk asks for one pixel more than the line has: the
     // one behind it, the back colour.
     auto next = [&]() {
-        for (uint32_t g = 0; g < G; ++g) c[g] = consumed < n ? aRead(g, consumed) : backColour[g];
+        if (consumed < n) read(consumed, c);
+        else std::copy_n(backColour, V, c);
         ++consumed;
     };
     auto step = [&](uint32_t i) {
-        v4df* to = W(i);
-        const v4df *a1 = W(i - 1), *a2 = W(i - 2), *a3 = W(i - 3);
-        for (uint32_t g = 0; g < G; ++g) to[g] = Step(c[g], a1[g], a2[g], a3[g]);
+        vLines* to = W(i);
+        const vLines *a1 = W(i - 1), *a2 = W(i - 2), *a3 = W(i - 3);
+        for (uint32_t v = 0; v < V; ++v) to[v] = Step(c[v], a1[v], a2[v], a3[v]);
     };
 
-    for (uint32_t g = 0; g < G; ++g) W(0)[g] = c[g] * cB + c[g] * c1 + c[g] * c2 + c[g] * c3;
+    for (uint32_t v = 0; v < V; ++v) W(0)[v] = c[v] * cB + c[v] * c1 + c[v] * c2 + c[v] * c3;
     if (R < 2) next();
-    for (uint32_t g = 0; g < G; ++g) W(1)[g] = Step(c[g], W(0)[g], W(0)[g], W(0)[g]);
+    for (uint32_t v = 0; v < V; ++v) W(1)[v] = Step(c[v], W(0)[v], W(0)[v], W(0)[v]);
     if (R < 3) next();
-    for (uint32_t g = 0; g < G; ++g) W(2)[g] = Step(c[g], W(1)[g], W(0)[g], W(0)[g]);
+    for (uint32_t v = 0; v < V; ++v) W(2)[v] = Step(c[v], W(1)[v], W(0)[v], W(0)[v]);
     uint32_t i = 3;
     for (; i < R; ++i) step(i);
     for (i = std::max(3u, R); i < n + R - 1; ++i) {
         next();
         step(i);
     }
-    for (uint32_t g = 0; g < G; ++g) c[g] = aRead(g, n - 1);
+    read(n - 1, c);
     if (!aKernel.replicateBack) {
         step(i);
         ++i;
-        for (uint32_t g = 0; g < G; ++g) c[g] = backColour[g];
+        std::copy_n(backColour, V, c);
     }
     for (; i < L; ++i) step(i);
 
     // Backward: y[j] = Step(w[j], y[j+1], y[j+2], y[j+3]) takes the place of w[j], which
     // nothing reads again; output j is y[j].
-    for (uint32_t g = 0; g < G; ++g) {
-        const v4df last = W(L - 1)[g];
-        W(L - 1)[g] = last * cB + c1 * last + c2 * last + c3 * last;
-        W(L - 2)[g] = Step(W(L - 2)[g], W(L - 1)[g], W(L - 1)[g], W(L - 1)[g]);
-        W(L - 3)[g] = Step(W(L - 3)[g], W(L - 2)[g], W(L - 1)[g], W(L - 1)[g]);
+    for (uint32_t v = 0; v < V; ++v) {
+        const vLines last = W(L - 1)[v];
+        W(L - 1)[v] = last * cB + c1 * last + c2 * last + c3 * last;
+        W(L - 2)[v] = Step(W(L - 2)[v], W(L - 1)[v], W(L - 1)[v], W(L - 1)[v]);
+        W(L - 3)[v] = Step(W(L - 3)[v], W(L - 2)[v], W(L - 1)[v], W(L - 1)[v]);
     }
-    if (R < 2) aWrite(L - 2, W(L - 2));
-    if (R < 3) aWrite(L - 3, W(L - 3));
+    auto write = [&](uint32_t j) { aWrite(j, reinterpret_cast<const v4df*>(W(j))); };
+    if (R < 2) write(L - 2);
+    if (R < 3) write(L - 3);
     for (int64_t j = int64_t(L) - 4; j >= 0; --j) {
-        v4df* y = W(uint32_t(j));
-        const v4df *y1 = W(uint32_t(j) + 1), *y2 = W(uint32_t(j) + 2), *y3 = W(uint32_t(j) + 3);
-        for (uint32_t g = 0; g < G; ++g) y[g] = Step(y[g], y1[g], y2[g], y3[g]);
-        if (j < int64_t(outCount)) aWrite(uint32_t(j), y);
+        vLines* y = W(uint32_t(j));
+        const vLines *y1 = W(uint32_t(j) + 1), *y2 = W(uint32_t(j) + 2), *y3 = W(uint32_t(j) + 3);
+        for (uint32_t v = 0; v < V; ++v) y[v] = Step(y[v], y1[v], y2[v], y3[v]);
+        if (j < int64_t(outCount)) write(uint32_t(j));
     }
 }
 
@@ -702,7 +800,7 @@ public:
     }
 
 private:
-    static constexpr uint32_t kGroup = 8;
+    static constexpr uint32_t kGroup = kRecursiveLines;
 
     // One pass, a share of its lines each; every share has its own work array.
     class CPass final : public CStackUnknown<IThreadedTask> {
@@ -781,7 +879,7 @@ private:
                 return FromWideSigned4(Wide(j, column[g]));
             },
             [&](uint32_t j, const v4df* y) __attribute__((always_inline)) {
-                DeMulSRGBRecursive8(entries, y, out + j * width_, aCount);
+                DeMulSRGBRecursiveGroup(entries, y, out + j * width_, aCount);
             },
             aW);
     }
