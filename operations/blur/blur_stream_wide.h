@@ -611,6 +611,19 @@ inline vLines LinesOf(const v4df* aPixels) {
     return vLines(_mm512_insertf64x4(_mm512_zextpd256_pd512(__m256d(aPixels[0])), __m256d(aPixels[1]), 1));
 }
 
+// StoreWideFromRecursive of eight neighbouring wide pixels, four to a vector.
+inline void StoreWideBlockFromRecursive(TWidePixel* aTo, const v4df* aY) {
+    const vLines* pairs = reinterpret_cast<const vLines*>(aY);
+    const vLines scale = vLines(_mm512_set1_pd(16384.0));
+    auto four = [&](int k) {  // the low 16 bits of each cut value
+        const __m256i lo = _mm512_cvttpd_epi32(__m512d(pairs[2 * k] * scale));
+        const __m256i hi = _mm512_cvttpd_epi32(__m512d(pairs[2 * k + 1] * scale));
+        return _mm512_cvtepi32_epi16(_mm512_inserti64x4(_mm512_zextsi256_si512(lo), hi, 1));
+    };
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(aTo), four(0));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(aTo + 4), four(1));
+}
+
 // DeMulSRGBFromRecursive on sixteen values, lane by lane the same operations in the same
 // order. Writes aCount (at most sixteen) pixels.
 __attribute__((always_inline)) inline void DeMulSRGBRecursiveGroup(const CEncoderEntries& aEntries,
@@ -803,16 +816,18 @@ private:
     static constexpr uint32_t kGroup = kRecursiveLines;
 
     // One pass, a share of its lines each; every share has its own work array.
+    // The row pass shares out whole blocks of eight rows, so that its groups start on a block.
     class CPass final : public CStackUnknown<IThreadedTask> {
     public:
         CPass(const CRecursiveTwoAxisBlur& aBlur, bool aRows, uint32_t aLines)
-            : b_(aBlur), rows_(aRows), lines_(aLines) {}
-        uint32_t Lines() const { return lines_; }
+            : b_(aBlur), rows_(aRows), lines_(aLines), units_(aRows ? (aLines + 7) / 8 : aLines) {}
+        uint32_t Lines() const { return units_; }
         bool OutOfMemory() const { return outOfMemory_.load(); }
 
         HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
-            const SShare share = BlurShare(aIndex, aTotal, lines_);
+            SShare share = BlurShare(aIndex, aTotal, units_);
             if (!share.any) return S_FALSE;
+            if (rows_) share = {true, std::min(share.first * 8, lines_), std::min(share.end * 8, lines_)};
             if (share.first >= share.end) return S_OK;
             const CRecursiveBlurRGBA& kernel = rows_ ? b_.rows_ : b_.columns_;
             const CAlignedArray<v4df> w = AllocateAligned<v4df>(kGroup * kernel.WorkLength());
@@ -830,7 +845,7 @@ private:
     private:
         const CRecursiveTwoAxisBlur& b_;
         bool rows_;
-        uint32_t lines_;
+        uint32_t lines_, units_;
         std::atomic<bool> outOfMemory_{false};
     };
 
@@ -858,6 +873,14 @@ private:
         RecursiveWalk<kGroup>(
             rows_, [&](uint32_t g, uint32_t j) { return doubles_.Read(in[g][j]); },
             [&](uint32_t j, const v4df* y) {
+#if ZT_BLUR_PERMUTED_TABLES
+                // A whole group from the start of a block fills a column of two blocks.
+                if (aCount == kGroup && aFirst % 8 == 0) {
+                    StoreWideBlockFromRecursive(out[0] + uint64_t(j) * 8, y);
+                    StoreWideBlockFromRecursive(out[8] + uint64_t(j) * 8, y + 8);
+                    return;
+                }
+#endif
                 for (uint32_t g = 0; g < aCount; ++g) StoreWideFromRecursive(out[g] + uint64_t(j) * 8, y[g]);
             },
             aW);
