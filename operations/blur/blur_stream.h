@@ -2,7 +2,8 @@
 // the rows of a band are blurred into a ring of rows of the intermediate, then every column
 // advances its running sums through the band. The ring holds only the rows the column window
 // still reaches, so the intermediate stays in the cache, and the column pass runs along
-// memory with two pixels to a vector and the sums of eight columns held in registers.
+// memory with two or four pixels to a vector and the sums of a chunk of columns held in
+// registers.
 //
 // Every row and every column is still one line of the engine: its sums see the same values
 // in the same order as in the two passes through CBlurTask, so every result bit is theirs.

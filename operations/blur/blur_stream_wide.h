@@ -1,7 +1,9 @@
 // The two-axis blur on wide vectors, included twice by blur_stream.h: once compiled for
-// AVX2 and once for AVX-512 with byte permutes (VBMI). Only the table look-ups differ between
-// the two (gathers there, permutes of tables held in registers here); everything else is the
-// same text. Not a header of its own: it includes nothing and opens no namespace.
+// AVX2 and once for AVX-512 with byte permutes (VBMI), told apart by ZT_BLUR_PERMUTED_TABLES.
+// The AVX-512 form reads its tables by permutes of registers instead of gathers and puts
+// twice the pixels in a vector (four rows in the row walk, four pixels of a row and sixteen
+// lines of the Gaussian in the column pass); all else is the same text. Not a header of its
+// own: it includes nothing and opens no namespace.
 
 inline v8f Splat8(float a) { return v8f{a, a, a, a, a, a, a, a}; }
 
@@ -9,24 +11,21 @@ inline v8f Splat8(float a) { return v8f{a, a, a, a, a, a, a, a}; }
 // reads it: the 16-bit value (value x scale cut towards zero, low 16 bits kept) to float,
 // times 2^-15. Each is then converted once, where the columns would convert it two or three
 // times, as it enters the window, passes its middle and leaves it.
-inline void StoreWideFloatFromSum(v4f* aTo, v4f aSum, double aScale) {
-    const __m256d scaled = _mm256_mul_pd(_mm256_cvtps_pd(__m128(aSum)), _mm256_set1_pd(aScale));
-    const __m128i q = _mm_and_si128(_mm256_cvttpd_epi32(scaled), _mm_set1_epi32(0xFFFF));  // low 16 bits
-    *aTo = v4f(_mm_cvtepi32_ps(q)) * kFromWideUnsigned;
-}
-
 #if ZT_BLUR_PERMUTED_TABLES
 // One pixel of four rows side by side, in the row walk.
 using vRows = float __attribute__((vector_size(64)));
 constexpr uint32_t kRowsPerVector = 4;
 
-// StoreWideFloatFromSum of the four pixels of a vector, each to its own row.
+// The four pixels of a vector, each to its own row of the ring.
 inline void StoreRowsWideFloat(vRows aSum, double aScale, v4f* const* aOut, uint64_t aAt) {
     const __m512d s = _mm512_castps_pd(__m512(aSum));
-    auto half = [&](__m256 aHalf) { return _mm512_cvttpd_epi32(_mm512_mul_pd(_mm512_cvtps_pd(aHalf), _mm512_set1_pd(aScale))); };
+    auto half = [&](__m256 aHalf) {
+        return _mm512_cvttpd_epi32(_mm512_mul_pd(_mm512_cvtps_pd(aHalf), _mm512_set1_pd(aScale)));
+    };
     const __m256i lo = half(_mm256_castpd_ps(_mm512_castpd512_pd256(s)));
     const __m256i hi = half(_mm256_castpd_ps(_mm512_extractf64x4_pd(s, 1)));
-    const __m512i q = _mm512_and_si512(_mm512_inserti64x4(_mm512_zextsi256_si512(lo), hi, 1), _mm512_set1_epi32(0xFFFF));
+    const __m512i q =
+        _mm512_and_si512(_mm512_inserti64x4(_mm512_zextsi256_si512(lo), hi, 1), _mm512_set1_epi32(0xFFFF));
     const __m512 f = _mm512_mul_ps(_mm512_cvtepi32_ps(q), _mm512_set1_ps(kFromWideUnsigned));
     _mm_storeu_ps(reinterpret_cast<float*>(aOut[0] + aAt), _mm512_castps512_ps128(f));
     _mm_storeu_ps(reinterpret_cast<float*>(aOut[1] + aAt), _mm512_extractf32x4_ps(f, 1));
@@ -38,12 +37,15 @@ inline void StoreRowsWideFloat(vRows aSum, double aScale, v4f* const* aOut, uint
 using vRows = v8f;
 constexpr uint32_t kRowsPerVector = 2;
 
-// StoreWideFloatFromSum of the two pixels of a vector, each to its own row.
+// The two pixels of a vector, each to its own row of the ring.
 inline void StoreRowsWideFloat(vRows aSum, double aScale, v4f* const* aOut, uint64_t aAt) {
     const __m256 s = __m256(aSum);
-    auto half = [&](__m128 aHalf) { return _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_cvtps_pd(aHalf), _mm256_set1_pd(aScale))); };
-    const __m256i q = _mm256_and_si256(_mm256_set_m128i(half(_mm256_extractf128_ps(s, 1)), half(_mm256_castps256_ps128(s))),
-                                       _mm256_set1_epi32(0xFFFF));
+    auto half = [&](__m128 aHalf) {
+        return _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_cvtps_pd(aHalf), _mm256_set1_pd(aScale)));
+    };
+    const __m256i q =
+        _mm256_and_si256(_mm256_set_m128i(half(_mm256_extractf128_ps(s, 1)), half(_mm256_castps256_ps128(s))),
+                         _mm256_set1_epi32(0xFFFF));
     const __m256 f = _mm256_mul_ps(_mm256_cvtepi32_ps(q), _mm256_set1_ps(kFromWideUnsigned));
     _mm_storeu_ps(reinterpret_cast<float*>(aOut[0] + aAt), _mm256_castps256_ps128(f));
     _mm_storeu_ps(reinterpret_cast<float*>(aOut[1] + aAt), _mm256_extractf128_ps(f, 1));
@@ -103,8 +105,10 @@ private:
         for (int k = 0; k < 4; ++k)
             plane[k] = _mm512_mask_blend_epi8(upper, _mm512_permutex2var_epi8(plane_[k][0], px, plane_[k][1]),
                                               _mm512_permutex2var_epi8(plane_[k][2], px, plane_[k][3]));
-        const __m512i w01lo = _mm512_unpacklo_epi8(plane[0], plane[1]), w01hi = _mm512_unpackhi_epi8(plane[0], plane[1]);
-        const __m512i w23lo = _mm512_unpacklo_epi8(plane[2], plane[3]), w23hi = _mm512_unpackhi_epi8(plane[2], plane[3]);
+        const __m512i w01lo = _mm512_unpacklo_epi8(plane[0], plane[1]),
+                      w01hi = _mm512_unpackhi_epi8(plane[0], plane[1]);
+        const __m512i w23lo = _mm512_unpacklo_epi8(plane[2], plane[3]),
+                      w23hi = _mm512_unpackhi_epi8(plane[2], plane[3]);
         // f[j], lane L: the entries of blue, green, red and alpha of pixel 4L + j.
         const __m512i f[4] = {_mm512_unpacklo_epi16(w01lo, w23lo), _mm512_unpackhi_epi16(w01lo, w23lo),
                               _mm512_unpacklo_epi16(w01hi, w23hi), _mm512_unpackhi_epi16(w01hi, w23hi)};
@@ -161,7 +165,8 @@ public:
         const __m512i e2 = _mm512_permutex2var_epi32(t_[4], i, t_[5]), e3 = _mm512_permutex2var_epi32(t_[6], i, t_[7]);
         const __mmask16 bit5 = _mm512_test_epi32_mask(i, _mm512_set1_epi32(32));
         const __mmask16 bit6 = _mm512_test_epi32_mask(i, _mm512_set1_epi32(64));
-        return _mm512_mask_blend_epi32(bit6, _mm512_mask_blend_epi32(bit5, e0, e1), _mm512_mask_blend_epi32(bit5, e2, e3));
+        return _mm512_mask_blend_epi32(bit6, _mm512_mask_blend_epi32(bit5, e0, e1),
+                                       _mm512_mask_blend_epi32(bit5, e2, e3));
     }
 
 private:
@@ -455,9 +460,11 @@ private:
         typename Kernel::template State<vRows> st[kVectors];
         for (uint32_t v = 0; v < kVectors; ++v) st[v] = rows_.Init(aFronts[v]);
         for (uint64_t i = 0; i < aOutputs; ++i) {
-            const vRows *enter = aX + (i + 2 * R) * kVectors, *middle = aX + (i + R) * kVectors, *leave = aX + i * kVectors;
+            const vRows *enter = aX + (i + 2 * R) * kVectors, *middle = aX + (i + R) * kVectors,
+                        *leave = aX + i * kVectors;
             for (uint32_t v = 0; v < kVectors; ++v)
-                StoreRowsWideFloat(rows_.Step(st[v], enter[v], middle[v], leave[v]), scale, aOut + v * kRowsPerVector, i);
+                StoreRowsWideFloat(rows_.Step(st[v], enter[v], middle[v], leave[v]), scale, aOut + v * kRowsPerVector,
+                                   i);
         }
     }
 
@@ -626,16 +633,15 @@ inline void StoreWideBlockFromRecursive(TWidePixel* aTo, const v4df* aY) {
 
 // DeMulSRGBFromRecursive on sixteen values, lane by lane the same operations in the same
 // order. Writes aCount (at most sixteen) pixels.
-__attribute__((always_inline)) inline void DeMulSRGBRecursiveGroup(const CEncoderEntries& aEntries,
-                                                                   const v4df* aY, TPixelChannel* aOut,
-                                                                   uint32_t aCount) {
+__attribute__((always_inline)) inline void DeMulSRGBRecursiveGroup(const CEncoderEntries& aEntries, const v4df* aY,
+                                                                   TPixelChannel* aOut, uint32_t aCount) {
     const vLines* pairs = reinterpret_cast<const vLines*>(aY);  // pixels 2k and 2k + 1
     // Colours in single precision, four pixels to a vector (z[k], 128-bit lane L: pixel
     // 4k + L), then one channel per vector, put back in pixel order.
     auto quad = [&](int k) {
-        return _mm512_castpd_ps(_mm512_insertf64x4(
-            _mm512_zextpd256_pd512(_mm256_castps_pd(_mm512_cvtpd_ps(__m512d(pairs[2 * k])))),
-            _mm256_castps_pd(_mm512_cvtpd_ps(__m512d(pairs[2 * k + 1]))), 1));
+        return _mm512_castpd_ps(
+            _mm512_insertf64x4(_mm512_zextpd256_pd512(_mm256_castps_pd(_mm512_cvtpd_ps(__m512d(pairs[2 * k])))),
+                               _mm256_castps_pd(_mm512_cvtpd_ps(__m512d(pairs[2 * k + 1]))), 1));
     };
     const __m512 z0 = quad(0), z1 = quad(1), z2 = quad(2), z3 = quad(3);
     const __m512 t0 = _mm512_unpacklo_ps(z0, z1), t1 = _mm512_unpackhi_ps(z0, z1);
@@ -658,25 +664,27 @@ __attribute__((always_inline)) inline void DeMulSRGBRecursiveGroup(const CEncode
     const __mmask8 keep1 = _mm512_cmp_pd_mask(a1, threshold, _CMP_GT_OQ);
     const __mmask16 keep = __mmask16(keep0 | unsigned(keep1) << 8);
     auto join = [](__m256 aLo, __m256 aHi) {
-        return v16f(_mm512_castpd_ps(_mm512_insertf64x4(_mm512_zextpd256_pd512(_mm256_castps_pd(aLo)),
-                                                        _mm256_castps_pd(aHi), 1)));
+        return v16f(_mm512_castpd_ps(
+            _mm512_insertf64x4(_mm512_zextpd256_pd512(_mm256_castps_pd(aLo)), _mm256_castps_pd(aHi), 1)));
     };
     const __m512d one = _mm512_set1_pd(1.0);
     const v16f u = join(_mm512_cvtpd_ps(_mm512_div_pd(one, a0)), _mm512_cvtpd_ps(_mm512_div_pd(one, a1)));
     const v16f low = v16f(_mm512_set1_ps(kEncodeLow)), high = v16f(_mm512_set1_ps(kEncodeHigh));
     auto colour = [&](v16f y) {
-        const __m512 v = _mm512_mask_blend_ps(keep, __m512(low), _mm512_min_ps(_mm512_max_ps(__m512(y * u), __m512(low)), __m512(high)));
+        const __m512 v = _mm512_mask_blend_ps(keep, __m512(low),
+                                              _mm512_min_ps(_mm512_max_ps(__m512(y * u), __m512(low)), __m512(high)));
         const v16u bits = v16u(v);
         const v16u entry = v16u(aEntries.Sixteen(__m512i((bits - 0x39000000u) >> 20)));
         return ((((bits >> 12) & 255u) * (entry & 0xFFFFu) + ((entry >> 7) & 0x1FFFE00u)) >> 16) & 255u;
     };
     // Kept lanes have alpha above 0, so the cut is of a positive number.
     auto alphaBytes = [&](__m512d a, __mmask8 k) {
-        const __m512d scaled = _mm512_add_pd(_mm512_mul_pd(_mm512_maskz_mov_pd(k, a), _mm512_set1_pd(255.0)),
-                                             _mm512_set1_pd(0.5));
+        const __m512d scaled =
+            _mm512_add_pd(_mm512_mul_pd(_mm512_maskz_mov_pd(k, a), _mm512_set1_pd(255.0)), _mm512_set1_pd(0.5));
         return _mm256_min_epi32(_mm512_cvttpd_epi32(scaled), _mm256_set1_epi32(255));
     };
-    const v16u alpha = v16u(_mm512_inserti64x4(_mm512_zextsi256_si512(alphaBytes(a0, keep0)), alphaBytes(a1, keep1), 1));
+    const v16u alpha =
+        v16u(_mm512_inserti64x4(_mm512_zextsi256_si512(alphaBytes(a0, keep0)), alphaBytes(a1, keep1), 1));
     const v16u pixels = colour(b) | colour(g) << 8 | colour(r) << 16 | alpha << 24;
     _mm512_mask_storeu_epi32(aOut, __mmask16((1u << aCount) - 1), _mm512_maskz_mov_epi32(keep, __m512i(pixels)));
 }
@@ -687,9 +695,8 @@ constexpr uint32_t kLinesPerVector = 1;
 constexpr uint32_t kRecursiveLines = 8;
 inline vLines LinesOf(const v4df* aPixels) { return aPixels[0]; }
 
-__attribute__((always_inline)) inline void DeMulSRGBRecursiveGroup(const CEncoderEntries& aEntries,
-                                                                   const v4df* aY, TPixelChannel* aOut,
-                                                                   uint32_t aCount) {
+__attribute__((always_inline)) inline void DeMulSRGBRecursiveGroup(const CEncoderEntries& aEntries, const v4df* aY,
+                                                                   TPixelChannel* aOut, uint32_t aCount) {
     DeMulSRGBRecursive8(aEntries, aY, aOut, aCount);
 }
 #endif
@@ -781,11 +788,11 @@ void RecursiveWalk(const CRecursiveBlurRGBA& aKernel, const Read& aRead, const W
 }
 
 // The two-axis Gaussian: rows into a wide intermediate, then its columns into the target,
-// eight lines side by side in both passes. The recursive filter runs each line forward to its
-// end before it can go back, so the intermediate is whole. It is stored in blocks of eight
-// rows, the eight values of a column in one cache line: eight rows write one line per step,
-// and eight columns read eight neighbouring lines every eight rows. Stored by rows, the
-// column pass would wait on memory and on a page walk for every row.
+// kRecursiveLines lines side by side in both passes. The recursive filter runs each line
+// forward to its end before it can go back, so the intermediate is whole. It is stored in
+// blocks of eight rows, the eight values of a column in one cache line: eight rows write one
+// line per step, and eight columns read eight neighbouring lines every eight rows. Stored by
+// rows, the column pass would wait on memory and on a page walk for every row.
 class CRecursiveTwoAxisBlur {
 public:
     CRecursiveTwoAxisBlur(const TSRGBFloatRecord* aTable, const TPixelChannel* aSource, uint32_t aSourceStride,

@@ -771,7 +771,9 @@ TEST(BlurStreamed, PermutedTableReadsEveryPixelAsTheScalarSource) {
     for (size_t i = 0; i < in.size(); ++i) {
         const uint8_t b = uint8_t(i), c = uint8_t(i * 7 + 3);
         switch (i / 256) {
-            case 0: in[i].n = uint32_t(b) | uint32_t(c) << 8 | uint32_t(255 - b) << 16 | uint32_t(c ^ 0x5A) << 24; break;
+            case 0:
+                in[i].n = uint32_t(b) | uint32_t(c) << 8 | uint32_t(255 - b) << 16 | uint32_t(c ^ 0x5A) << 24;
+                break;
             case 1: in[i].n = uint32_t(c) | uint32_t(b) << 8 | uint32_t(c) << 16 | uint32_t(b) << 24; break;
             case 2: in[i].n = uint32_t(255 - c) | uint32_t(c) << 8 | uint32_t(b) << 16 | 0xFFu << 24; break;
             default: in[i].n = uint32_t(i * 2654435761u); break;

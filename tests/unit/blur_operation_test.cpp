@@ -463,7 +463,8 @@ TEST(BlurOperation, IntermediateRefusedByTheDocumentComesFromTheHeap) {
                 result[limited] = State(doc).content;
             }
             ASSERT_EQ(result[0].size(), result[1].size());
-            for (size_t i = 0; i < result[0].size(); ++i) ASSERT_EQ(result[0][i].n, result[1][i].n) << method << " " << i;
+            for (size_t i = 0; i < result[0].size(); ++i)
+                ASSERT_EQ(result[0][i].n, result[1][i].n) << method << " " << i;
         }
     }
 }
