@@ -27,7 +27,7 @@ const SConfigSchema& Schema() {
         // Items the window keeps for itself: never shown.
         const std::vector<SSchemaCondition> never = {{u"Type", ECOCLess, Long(-1000000)}};
         return SConfigSchema{
-            PickOne(u"Type", u"[0409]Size specification[0405]Určení velikosti",
+            PickOne(u"Type", u"[0409]Size given as[0405]Určení velikosti",
                     u"[0409]Controls how to specify the final canvas size.[0405]Určuje, jak se zadá výsledná "
                     u"velikost plátna.",
                     Long(0),
