@@ -175,25 +175,22 @@ HRESULT RunPlanar(const SPlanarRun& aRun, const Maker& aMake) {
     if (StreamedBlurAvailable()) {
         ComPtr<IThreadPool> pool = aRun.usePool ? HostCreate<IThreadPool>(CLSID_ThreadPool) : nullptr;
         const Kernel rows = aMake(W, aRun.left, aRun.right), columns = aMake(H, aRun.top, aRun.bottom);
-        const bool wideLookups = WideLookupsAvailable();
-        if constexpr (kIsRecursive<Kernel>) {
-            const CScratchBuffer scratch(aRun.image, RecursiveIntermediateLength(rows, columns) * sizeof(TWidePixel));
-            TWidePixel* const wide = scratch.As<TWidePixel>();
-            if (!wide) return E_OUTOFMEMORY;
-            if (wideLookups)
-                return avx512::CRecursiveTwoAxisBlur(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows,
-                                                     columns)
+        // The AVX-512 form where the processor has it, the AVX2 form otherwise.
+        auto runForm = [&]<class Form>(Form) -> HRESULT {
+            if constexpr (kIsRecursive<Kernel>) {
+                const CScratchBuffer scratch(aRun.image,
+                                             RecursiveIntermediateLength(rows, columns) * sizeof(TWidePixel));
+                TWidePixel* const wide = scratch.As<TWidePixel>();
+                if (!wide) return E_OUTOFMEMORY;
+                return typename Form::Recursive(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows, columns)
                     .Run(pool, wide);
-            return avx2::CRecursiveTwoAxisBlur(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows, columns)
-                .Run(pool, wide);
-        } else {
-            if (wideLookups)
-                return avx512::CStreamedBlur<Kernel>(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows,
-                                                     columns)
+            } else {
+                return typename Form::template Streamed<Kernel>(aRun.table, aRun.source, aRun.sourceStride,
+                                                                aRun.target, rows, columns)
                     .Run(pool);
-            return avx2::CStreamedBlur<Kernel>(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows, columns)
-                .Run(pool);
-        }
+            }
+        };
+        return WideLookupsAvailable() ? runForm(avx512::SForm{}) : runForm(avx2::SForm{});
     }
     // Two axes: rows into the rows of the intermediate (E wide pixels each), then its
     // columns, a group of neighbours at a time, into the columns of the target. Every pass

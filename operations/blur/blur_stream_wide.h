@@ -91,7 +91,7 @@ public:
     }
 
     // Pixel j to aOut[j x aStride].
-    void operator()(const TPixelChannel* aIn, v4f* aOut, uint64_t aCount, uint64_t aStride = 1) const {
+    void operator()(const TPixelChannel* aIn, v4f* aOut, uint64_t aCount, uint64_t aStride) const {
         uint64_t j = 0;
         for (; j + 16 <= aCount; j += 16) Sixteen(aIn + j, aOut + j * aStride, aStride);
         for (; j < aCount; ++j) aOut[j * aStride] = PreMulLinearF(table_, aIn[j]);
@@ -130,10 +130,6 @@ private:
                              _mm512_shuffle_f32x4(t0, t2, _MM_SHUFFLE(3, 1, 3, 1)),
                              _mm512_shuffle_f32x4(t1, t3, _MM_SHUFFLE(2, 0, 2, 0)),
                              _mm512_shuffle_f32x4(t1, t3, _MM_SHUFFLE(3, 1, 3, 1))};
-        if (aStride == 1) {
-            for (int k = 0; k < 4; ++k) _mm512_storeu_ps(reinterpret_cast<float*>(aOut + 4 * k), q[k]);
-            return;
-        }
         for (int k = 0; k < 4; ++k) {
             float* out = reinterpret_cast<float*>(aOut + 4 * k * aStride);
             _mm_storeu_ps(out, _mm512_castps512_ps128(q[k]));
@@ -180,7 +176,7 @@ public:
     explicit CLinearRow(const TSRGBFloatRecord* aTable) : table_(aTable) {}
 
     // Pixel j to aOut[j x aStride].
-    void operator()(const TPixelChannel* aIn, v4f* aOut, uint64_t aCount, uint64_t aStride = 1) const {
+    void operator()(const TPixelChannel* aIn, v4f* aOut, uint64_t aCount, uint64_t aStride) const {
         uint64_t j = 0;
         for (; j + 8 <= aCount; j += 8) Eight(aIn + j, aOut + j * aStride, aStride);
         for (; j < aCount; ++j) aOut[j * aStride] = PreMulLinearF(table_, aIn[j]);
@@ -340,8 +336,7 @@ public:
     // Runs on the pool when it has one, on this thread otherwise.
     HRESULT Run(IThreadPool* aPool) {
         if (height_ == 0 || rows_.length == 0) return S_OK;
-        uint32_t threads = 1;
-        if (aPool && (FAILED(aPool->ThreadCount(&threads)) || threads == 0)) threads = 1;
+        const uint32_t threads = PoolThreads(aPool);
         // Per share of the row pass: a group of rows in linear light, with room for the front
         // and the back colour on both sides.
         lineLength_ = uint64_t(rows_.length) + 4 * uint64_t(rows_.radius);
@@ -360,10 +355,10 @@ public:
             const uint64_t i1 = std::min(i0 + kBand, outputs);
             if (i0 < height_) {
                 CRowsTask rows(*this, i0, std::min<uint64_t>(i1, height_));
-                Execute(aPool, threads, rows, uint32_t(std::min<uint64_t>(i1, height_) - i0));
+                RunShares(aPool, threads, rows, uint32_t(std::min<uint64_t>(i1, height_) - i0));
             }
             CColumnsTask columns(*this, i0, i1);
-            Execute(aPool, threads, columns, uint32_t(vectors_ / kChunkVectors));
+            RunShares(aPool, threads, columns, uint32_t(vectors_ / kChunkVectors));
         }
         return S_OK;
     }
@@ -376,14 +371,6 @@ private:
 
     uint64_t RingStride() const { return vectors_ * kPixelsPerVector; }
     v4f* RingRow(uint64_t aRow) const { return ring_.get() + (aRow & ringMask_) * RingStride(); }
-
-    // On the pool only when every thread gets at least one line (see RunTask). The share
-    // count is the one the row groups' memory was sized for, whatever the pool's size is by now.
-    template <class Task>
-    static void Execute(IThreadPool* aPool, uint32_t aThreads, Task& aTask, uint32_t aLines) {
-        if (aPool && aThreads > 1 && aThreads <= aLines) aPool->Execute(aThreads, &aTask);
-        else aTask.Execute(0, 1);
-    }
 
     // Rows [first, end) of the image into the ring.
     class CRowsTask final : public CStackUnknown<IThreadedTask> {
@@ -813,9 +800,10 @@ public:
         if (H == 0 || rows_.length == 0) return S_OK;
         wide_ = aIntermediate;
         CPass rows(*this, true, H), columns(*this, false, uint32_t(width_));
-        RunPass(aPool, rows);
+        const uint32_t threads = PoolThreads(aPool);
+        RunShares(aPool, threads, rows, rows.Lines());
         if (rows.OutOfMemory()) return E_OUTOFMEMORY;
-        RunPass(aPool, columns);
+        RunShares(aPool, threads, columns, columns.Lines());
         return columns.OutOfMemory() ? E_OUTOFMEMORY : S_OK;
     }
 
@@ -855,13 +843,6 @@ private:
         uint32_t lines_, units_;
         std::atomic<bool> outOfMemory_{false};
     };
-
-    static void RunPass(IThreadPool* aPool, CPass& aPass) {
-        uint32_t threads = 0;
-        if (aPool && SUCCEEDED(aPool->ThreadCount(&threads)) && threads > 1 && threads <= aPass.Lines())
-            aPool->Execute(threads, &aPass);
-        else aPass.Execute(0, 1);
-    }
 
     // Where the intermediate holds column x of row y.
     TWidePixel* Wide(uint64_t aY, uint64_t aX) const {
@@ -925,3 +906,9 @@ private:
     TWidePixel* wide_ = nullptr;
 };
 
+// This form's two blurs, so that a caller can pick a form as a type.
+struct SForm {
+    template <class Kernel>
+    using Streamed = CStreamedBlur<Kernel>;
+    using Recursive = CRecursiveTwoAxisBlur;
+};

@@ -738,7 +738,7 @@ void ExpectStreamedAsTwoPasses(uint32_t aW, uint32_t aH, const Kernel& aRows, co
 
 ZT_WIDE_TARGET void WideLinearRow(const TPixelChannel* aIn, v4f* aOut, uint64_t aCount) {
     const avx512::CLinearRow linear(Table());
-    linear(aIn, aOut, aCount);
+    linear(aIn, aOut, aCount, 1);
 }
 
 // EncodeSRGB8x8 of the AVX-512 and of the AVX2 form over a run of values, eight at a time.
