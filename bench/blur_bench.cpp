@@ -48,7 +48,7 @@ void BlurActivate(benchmark::State& state, const char* aMethod) {
     ComPtr<IDocumentOperation> op;
     factory->CreateInstance(nullptr, IDocumentOperation::iid, op.out());
     ComPtr<IConfig> config;
-    op->ConfigCreate(zthost::OperationManager(), &config);
+    op->ConfigCreate(zthost::OperationManager(), config.out());
     std::string error;
     zthost::ConfigSetFromString(config, "Method", aMethod, &error);
     zthost::ConfigSetFromString(config, "Radius", "10", &error);

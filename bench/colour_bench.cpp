@@ -94,7 +94,7 @@ void ActivateBench(benchmark::State& aState, const std::vector<std::pair<std::st
     ComPtr<IDocumentOperation> op;
     factory->CreateInstance(nullptr, IDocumentOperation::iid, op.out());
     ComPtr<IConfig> config;
-    op->ConfigCreate(zthost::OperationManager(), &config);
+    op->ConfigCreate(zthost::OperationManager(), config.out());
     std::string error;
     for (const auto& [key, value] : aSettings) zthost::ConfigSetFromString(config, key, value, &error);
     ComPtr<IDocument> doc = Document();

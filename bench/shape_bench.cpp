@@ -54,7 +54,7 @@ void Run(benchmark::State& state, std::vector<std::pair<std::string, std::string
     ComPtr<IDocumentOperation> op;
     factory->CreateInstance(nullptr, IDocumentOperation::iid, op.out());
     ComPtr<IConfig> config;
-    op->ConfigCreate(zthost::OperationManager(), &config);
+    op->ConfigCreate(zthost::OperationManager(), config.out());
     std::string error;
     for (const auto& [key, value] : aSettings) zthost::ConfigSetFromString(config, key, value, &error);
     ComPtr<IDocument> original = Original();

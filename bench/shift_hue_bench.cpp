@@ -70,7 +70,7 @@ void ShiftHueActivate(benchmark::State& state) {
     DllGetClassObject(zt::CDocumentOperationRasterImageShiftHue::classId, IClassFactory::iid, factory.out());
     factory->CreateInstance(nullptr, IDocumentOperation::iid, op.out());
     ComPtr<IConfig> config;
-    op->ConfigCreate(zthost::OperationManager(), &config);
+    op->ConfigCreate(zthost::OperationManager(), config.out());
     std::string error;
     zthost::ConfigSetFromString(config, "Angle", "40", &error);
     ComPtr<IDocument> doc = Document();

@@ -27,7 +27,7 @@ CConfigValue::CConfigValue(float aX, float aY, float aZ) : CConfigValue() {
 
 void ReadItem(IConfig* aConfig, std::u16string_view aKey, CConfigValue& aValue) {
     CZTStr key(aKey);
-    TConfigValue* slot = &aValue;
+    TConfigValue* slot = aValue.out();
     if (aConfig) aConfig->ItemValueGet(key, slot);
 }
 

@@ -27,7 +27,8 @@ public:
     ~CConfigValue() { ConfigValueClear(v_); }
 
     // Clears the value and gives it to a reader.
-    TConfigValue* operator&() {
+    CConfigValue* operator&() = delete;
+    TConfigValue* out() {
         ConfigValueClear(v_);
         return &v_;
     }

@@ -87,7 +87,7 @@ std::u16string Translate(std::u16string_view aText, uint32_t aLanguage) {
     if (!translator) return std::u16string(aText);
     CZTStr source(aText);
     CZTStr result;
-    translator->Translate(source, aLanguage, &result);
+    translator->Translate(source, aLanguage, result.out());
     return result.get() ? std::u16string(result.view()) : std::u16string(aText);
 }
 
@@ -97,7 +97,7 @@ HRESULT CMultiLanguageString::GetLocalized(uint32_t aLanguage, ZTBSTR* aText) {
         if (!s.translate) return CopyOut(s.text, aText);
         if (translator_) {
             CZTStr source(s.text), result;
-            translator_->Translate(source, aLanguage, &result);
+            translator_->Translate(source, aLanguage, result.out());
             return CopyOut(result.get() ? result.view() : s.text, aText);
         }
         return CopyOut(Translate(s.text, aLanguage), aText);
@@ -171,10 +171,10 @@ HRESULT CPrintfLocalizedString::GetLocalized(uint32_t aLanguage, ZTBSTR* aText) 
     return GuardOut(aText, [&]() -> HRESULT {
         if (!format_) return E_FAIL;
         CZTStr format, first, second;
-        HRESULT hr = format_->GetLocalized(aLanguage, &format);
+        HRESULT hr = format_->GetLocalized(aLanguage, format.out());
         if (FAILED(hr)) return hr;
-        if (first_ && FAILED(hr = first_->GetLocalized(aLanguage, &first))) return hr;
-        if (second_ && FAILED(hr = second_->GetLocalized(aLanguage, &second))) return hr;
+        if (first_ && FAILED(hr = first_->GetLocalized(aLanguage, first.out()))) return hr;
+        if (second_ && FAILED(hr = second_->GetLocalized(aLanguage, second.out()))) return hr;
         const size_t limit = format.view().size() + first.view().size() + second.view().size() + 128;
 
         SFormatArg args[3];

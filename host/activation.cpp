@@ -271,7 +271,7 @@ uint32_t Language() { return gLanguage; }
 std::string TextOf(ILocalizedString* aText, uint32_t aLanguage) {
     if (!aText) return {};
     CZTStr text;
-    if (FAILED(aText->GetLocalized(aLanguage, &text))) return {};
+    if (FAILED(aText->GetLocalized(aLanguage, text.out()))) return {};
     return Utf16ToUtf8(text.view());
 }
 

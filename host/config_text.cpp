@@ -156,7 +156,7 @@ HRESULT SetFromText(IConfig* aConfig, const std::string& aKey, const std::string
         }
         prefix += Utf16ToUtf8(segment);
         ComPtr<IConfig> sub;
-        if (FAILED(level->SubConfigGet(CZTStr(segment), &sub)) || !sub)
+        if (FAILED(level->SubConfigGet(CZTStr(segment), sub.out())) || !sub)
             return fail("key \"" + prefix + "\" has no nested items");
         prefix += '\\';
         level = sub;
@@ -232,7 +232,7 @@ void AppendText(std::string& aText, IConfig* aConfig, const std::string& aPrefix
         aText += fullKey + '=' + ConfigValueToString(value) + '\n';
         ConfigValueClear(value);
         ComPtr<IConfig> sub;
-        if (SUCCEEDED(aConfig->SubConfigGet(key, &sub)) && sub) AppendText(aText, sub, fullKey + '\\');
+        if (SUCCEEDED(aConfig->SubConfigGet(key, sub.out())) && sub) AppendText(aText, sub, fullKey + '\\');
     }
 }
 
@@ -268,7 +268,7 @@ HRESULT ConfigFromText(IConfig* aConfig, const std::string& aText, std::string* 
         return E_POINTER;
     }
     ComPtr<IConfig> draft;
-    HRESULT hr = aConfig->DuplicateCreate(&draft);
+    HRESULT hr = aConfig->DuplicateCreate(draft.out());
     if (FAILED(hr)) {
         if (aError) *aError = "the configuration cannot be copied";
         return hr;

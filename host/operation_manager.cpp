@@ -37,7 +37,7 @@ public:
                     continue;
                 ComPtr<IDocumentOperation> operation = CreateOperation(info.id);
                 ComPtr<ILocalizedString> name;
-                if (operation && SUCCEEDED(operation->NameGet(manager, &name)) && name)
+                if (operation && SUCCEEDED(operation->NameGet(manager, name.out())) && name)
                     choices.push_back({info.id, name});
             }
             // Configurations of chosen classes are made through this manager: most choices come
@@ -53,7 +53,7 @@ public:
                     ~Pop() { building.pop_back(); }
                 } pop;
                 if (ComPtr<IDocumentOperation> operation = CreateOperation(aClassID))
-                    operation->ConfigCreate(this, &sub);
+                    operation->ConfigCreate(this, sub.out());
                 return sub;
             };
             return config->ItemInsOperation(aKey, aName, aHelp, choices, aConditionCount, aConditions, factory);

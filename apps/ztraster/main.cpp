@@ -158,7 +158,7 @@ int List() {
         zthost::CreateInstance(c.id, IDocumentOperation::iid, op.out());
         if (op) {
             ComPtr<ILocalizedString> text;
-            if (SUCCEEDED(op->NameGet(zthost::OperationManager(), &text)) && text)
+            if (SUCCEEDED(op->NameGet(zthost::OperationManager(), text.out())) && text)
                 name = zthost::TextOf(text, Language());
         }
         std::printf("%-22s {%s}  [%s]  %s\n", zthost::ShortNameOf(c.id).c_str(), GuidToString(c.id).c_str(),
@@ -250,7 +250,7 @@ void DescribeText(IConfig* aConfig, const std::string& aIndent) {
         if (item.kind == zthost::ConfigItemKind::operation) {
             ComPtr<IConfig> sub;
             CZTStr subKey(item.key);
-            if (SUCCEEDED(aConfig->SubConfigGet(subKey, &sub)) && sub) DescribeText(sub, aIndent + "    " + key + "/");
+            if (SUCCEEDED(aConfig->SubConfigGet(subKey, sub.out())) && sub) DescribeText(sub, aIndent + "    " + key + "/");
         }
     }
 }
@@ -280,7 +280,7 @@ std::string DescribeJson(IConfig* aConfig) {
         if (item.kind == zthost::ConfigItemKind::operation) {
             ComPtr<IConfig> sub;
             CZTStr subKey(item.key);
-            if (SUCCEEDED(aConfig->SubConfigGet(subKey, &sub)) && sub) s += ",\"items\":" + DescribeJson(sub);
+            if (SUCCEEDED(aConfig->SubConfigGet(subKey, sub.out())) && sub) s += ",\"items\":" + DescribeJson(sub);
         }
         s += "}";
     }
@@ -293,10 +293,10 @@ int Describe(const std::string& aOperation, bool aJson) {
     const std::string shortName = zthost::ShortNameOf(id);
     ComPtr<IDocumentOperation> op = CreateOperation(id, shortName);
     ComPtr<IConfig> config;
-    HRESULT hr = op->ConfigCreate(zthost::OperationManager(), &config);
+    HRESULT hr = op->ConfigCreate(zthost::OperationManager(), config.out());
     if (!config) Failed(shortName + T(": ConfigCreate failed: ", ": ConfigCreate selhalo: ") + ResultText(hr));
     ComPtr<ILocalizedString> name;
-    op->NameGet(zthost::OperationManager(), &name);
+    op->NameGet(zthost::OperationManager(), name.out());
     if (aJson) {
         std::printf("{\"operation\":%s,\"class\":%s,\"className\":%s,\"name\":%s,\"items\":%s}\n",
                     JsonString(shortName).c_str(), JsonString(GuidToString(id)).c_str(),
@@ -572,7 +572,7 @@ int Apply(const std::vector<std::string>& aArgs) {
     ComPtr<IDocumentOperation> op = CreateOperation(id, shortName);
 
     ComPtr<IConfig> config;
-    HRESULT hr = op->ConfigCreate(manager, &config);
+    HRESULT hr = op->ConfigCreate(manager, config.out());
     if (!config) Failed(shortName + T(": ConfigCreate failed: ", ": ConfigCreate selhalo: ") + ResultText(hr));
     for (const auto& [key, value] : o.sets) {
         std::string error;
@@ -614,8 +614,8 @@ int Apply(const std::vector<std::string>& aArgs) {
 
     ComPtr<IConfigDescriptor> descriptor = ComPtr<IConfigDescriptor>::query(op.get());
     ComPtr<ILocalizedString> done;
-    if (descriptor) descriptor->Name(manager, config, &done);
-    if (!done) op->NameGet(manager, &done);
+    if (descriptor) descriptor->Name(manager, config, done.out());
+    if (!done) op->NameGet(manager, done.out());
 
     WriteResult(o, document);
     std::printf("%s -> %s\n", Text(done).c_str(), o.output.c_str());

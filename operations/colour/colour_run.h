@@ -54,7 +54,7 @@ void RunPixelOp(IDocumentRasterImage* aImage, const SContent& aContent, TPixelCh
 inline ComPtr<ILocalizedString> HostColorName(uint32_t aColor) {
     ComPtr<ILocalizedString> name;
     if (ComPtr<IColorNameProvider> names = HostCreate<IColorNameProvider>(CLSID_ColorNameProvider))
-        names->ColorName(aColor, &name);
+        names->ColorName(aColor, name.out());
     return name;
 }
 

@@ -36,7 +36,7 @@ SInnerFilter InnerFilter(IConfig* aConfig) {
     SInnerFilter inner;
     const GUID id = ReadGUID(aConfig, u"Operation");
     inner.filter = HostCreate<IRasterImageFilter>(id);
-    aConfig->SubConfigGet(u"Operation", &inner.config);
+    aConfig->SubConfigGet(u"Operation", inner.config.out());
     return inner;
 }
 }  // namespace
@@ -70,7 +70,7 @@ HRESULT CDocumentOperationRasterImageFade::Activate(IOperationManager* aManager,
         ReadItem(aConfig, u"Strength", strength);
         ReadItem(aConfig, u"Operation", operation);
         ComPtr<IConfig> subConfig;
-        if (aConfig) aConfig->SubConfigGet(u"Operation", &subConfig);
+        if (aConfig) aConfig->SubConfigGet(u"Operation", subConfig.out());
         const int32_t f = FadeFactor(strength.AsFloat());
         ComPtr<IGammaTableCache> gamma = HostCreate<IGammaTableCache>(CLSID_GammaTableCache);
         if (!gamma) return E_FAIL;
@@ -125,13 +125,13 @@ HRESULT CDocumentOperationRasterImageFade::Name(IOperationManager* aManager, ICo
     return GuardOut(aName, [&] {
         if (!aConfig) return HandOut(MultiLanguage(u"[0409]Fade effect[0405]Zeslabení efektu"), aName);
         ComPtr<IConfig> subConfig;
-        aConfig->SubConfigGet(u"Operation", &subConfig);
+        aConfig->SubConfigGet(u"Operation", subConfig.out());
         const GUID id = ReadGUID(aConfig, u"Operation");
         ComPtr<ILocalizedString> inner;
         if (ComPtr<IDocumentOperation> operation = HostCreate<IDocumentOperation>(id)) {
             if (ComPtr<IConfigDescriptor> descriptor = ComPtr<IConfigDescriptor>::query(operation.get()))
-                descriptor->Name(aManager, subConfig, &inner);
-            if (!inner) operation->NameGet(aManager, &inner);
+                descriptor->Name(aManager, subConfig, inner.out());
+            if (!inner) operation->NameGet(aManager, inner.out());
         }
         const ComPtr<ILocalizedString> fade = MultiLanguage(u"[0409]Fade[0405]Zeslabení");
         if (!inner) return HandOut(fade, aName);

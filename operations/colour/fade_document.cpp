@@ -29,7 +29,7 @@ HRESULT CFadeDocument::DocumentCopy(const char16_t* aPrefix, IDocumentBase* aBas
     // an ordinary document and writes to it are not faded.
     try {
         ComPtr<IDocument> copy;
-        if (aBase) aBase->DocumentGet(aID, &copy);
+        if (aBase) aBase->DocumentGet(aID, copy.out());
         ComPtr<IDocumentRasterImage> copyImage;
         if (copy) copy->QueryFeatureInterface(IDocumentRasterImage::iid, copyImage.out());
         if (copyImage) Create(copy, copyImage, gamma_, strength_);

@@ -53,7 +53,7 @@ HRESULT Run(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
     HRESULT hr = aDocument->DocumentCopy(nullptr, base, nullptr, nullptr);
     if (FAILED(hr)) return hr;
     ComPtr<IDocument> copy;
-    hr = base->DocumentGet(nullptr, &copy);
+    hr = base->DocumentGet(nullptr, copy.out());
     if (FAILED(hr)) return hr;
     if (!copy) return E_FAIL;
     hr = aManager->Activate(aManager, copy, &inner.id.Raw(), inner.config, aContext, aParentWindow, aLanguage);

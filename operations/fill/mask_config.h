@@ -27,7 +27,7 @@ struct SInnerOperation {
 inline void ReadInnerOperation(IConfig* aConfig, SInnerOperation& aInner) {
     ReadItem(aConfig, u"Operation", aInner.id);
     CZTStr key(u"Operation");
-    aConfig->SubConfigGet(key, &aInner.config);
+    aConfig->SubConfigGet(key, aInner.config.out());
 }
 
 // The mask state named by "SelectionSync"; null when there is none. A wrong type throws.

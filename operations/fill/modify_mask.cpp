@@ -77,7 +77,7 @@ HRESULT Run(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
     const TPixelChannel transparent{};
     ComPtr<IDocument> temporary;
     if (FAILED(factory->Create(base, nullptr, &canvas, nullptr, &transparent, count ? &tile : nullptr)) ||
-        FAILED(base->DocumentGet(nullptr, &temporary)) || !temporary)
+        FAILED(base->DocumentGet(nullptr, temporary.out())) || !temporary)
         return E_FAIL;
     pixels.clear();
     pixels.shrink_to_fit();

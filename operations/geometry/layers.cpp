@@ -10,7 +10,7 @@ std::vector<ComPtr<IDocument>> LayerDocuments(IDocumentLayeredImage* aLayers) {
     if (!aLayers || FAILED(aLayers->LayerCount(&count))) return result;
     for (uint32_t i = 0; i < count; ++i) {
         ComPtr<IDocument> layer;
-        if (SUCCEEDED(aLayers->LayerDocumentGet(i, &layer)) && layer) result.push_back(layer);
+        if (SUCCEEDED(aLayers->LayerDocumentGet(i, layer.out())) && layer) result.push_back(layer);
     }
     return result;
 }

@@ -256,7 +256,7 @@ HRESULT CDocumentOperationRasterImagePerspective::CopyTransformed(IDocument* aSo
         HRESULT hr = aSource->DocumentCopy(nullptr, aBase, aID, nullptr);
         if (FAILED(hr)) return hr;
         ComPtr<IDocument> copy;
-        hr = aBase->DocumentGet(aID, &copy);
+        hr = aBase->DocumentGet(aID, copy.out());
         if (FAILED(hr)) return hr;
         ComPtr<IDocumentRasterImage> image = RasterImageOf(copy);
         if (!image) return E_FAIL;

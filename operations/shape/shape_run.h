@@ -54,7 +54,7 @@ inline int32_t MoveSide(int32_t aSide, int64_t aBy) {
 inline ComPtr<ILocalizedString> ShapeColorName(uint32_t aColor) {
     ComPtr<ILocalizedString> name;
     if (ComPtr<IColorNameProvider> names = HostCreate<IColorNameProvider>(CLSID_ColorNameProvider))
-        names->ColorName(aColor, &name);
+        names->ColorName(aColor, name.out());
     return name;
 }
 

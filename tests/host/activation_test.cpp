@@ -176,7 +176,7 @@ TEST(Activation, ShortNamesDropTheLongestPrefix) {
 
 TEST(Activation, TextOfReadsALocalisedStringAsUtf8) {
     ComPtr<ILocalizedString> name;
-    zthost::Create<IColorNameProvider>(CLSID_ColorNameProvider)->ColorName(0xFF00FFFF, &name);
+    zthost::Create<IColorNameProvider>(CLSID_ColorNameProvider)->ColorName(0xFF00FFFF, name.out());
     EXPECT_EQ(zthost::TextOf(name, LANG_CZECH), "Žlutá");
     EXPECT_EQ(zthost::TextOf(nullptr, LANG_CZECH), "");
 }

@@ -10,7 +10,7 @@ ComPtr<IColorNameProvider> Names() { return zthost::Create<IColorNameProvider>(C
 // aColor is 0xAABBGGRR.
 ComPtr<ILocalizedString> NameOf(uint32_t aColor, HRESULT aExpected = S_OK) {
     ComPtr<ILocalizedString> name;
-    EXPECT_EQ(Names()->ColorName(aColor, &name), aExpected);
+    EXPECT_EQ(Names()->ColorName(aColor, name.out()), aExpected);
     return name;
 }
 
@@ -50,7 +50,7 @@ TEST(ColourNames, OtherLanguagesGetEnglishAndGetFollowsTheHostLanguage) {
     uint32_t saved = zthost::Language();
     zthost::SetLanguage(LANG_CZECH);
     CZTStr text;
-    ASSERT_EQ(name->Get(&text), S_OK);
+    ASSERT_EQ(name->Get(text.out()), S_OK);
     EXPECT_EQ(text.view(), u"Limetková");
     zthost::SetLanguage(saved);
 }

@@ -329,7 +329,7 @@ ComPtr<CConfig> WithSubConfig() {
 TEST(Config, NestedKeysReachIntoSubConfigurations) {
     ComPtr<CConfig> outer = WithSubConfig();
     ComPtr<IConfig> inner;
-    ASSERT_EQ(outer->SubConfigGet(CZTStr(u"Inner"), &inner), S_OK);
+    ASSERT_EQ(outer->SubConfigGet(CZTStr(u"Inner"), inner.out()), S_OK);
     EXPECT_EQ(Current(outer, u"Inner\\Angle").v.fVal, 30.0f);
 
     ComPtr<RecordingObserver> outerObserver = RecordingObserver::Create(), innerObserver = RecordingObserver::Create();
@@ -347,7 +347,7 @@ TEST(Config, NestedKeysReachIntoSubConfigurations) {
     EXPECT_EQ(innerObserver->calls[0], (std::vector<std::u16string>{u"Angle"}));
 
     ComPtr<IConfig> none;
-    EXPECT_TRUE(FAILED(outer->SubConfigGet(CZTStr(u"Size"), &none)));
+    EXPECT_TRUE(FAILED(outer->SubConfigGet(CZTStr(u"Size"), none.out())));
     EXPECT_FALSE(none);
     EXPECT_EQ(SetOne(outer, u"Inner\\Missing", Long(1)), E_INVALIDARG);
 }
@@ -358,7 +358,7 @@ TEST(Config, DuplicateIsDeepAndHasNoObservers) {
     original->ObserverIns(observer);
 
     ComPtr<IConfig> copy;
-    ASSERT_EQ(original->DuplicateCreate(&copy), S_OK);
+    ASSERT_EQ(original->DuplicateCreate(copy.out()), S_OK);
     EXPECT_EQ(zthost::ConfigToText(copy), zthost::ConfigToText(original));
     ASSERT_EQ(SetOne(copy, u"Size", Long(8)), S_OK);
     ASSERT_EQ(SetOne(copy, u"Inner\\Angle", Float(1)), S_OK);
@@ -369,8 +369,8 @@ TEST(Config, DuplicateIsDeepAndHasNoObservers) {
     EXPECT_TRUE(observer->calls.empty());
 
     ComPtr<IConfig> originalInner, copyInner;
-    original->SubConfigGet(CZTStr(u"Inner"), &originalInner);
-    copy->SubConfigGet(CZTStr(u"Inner"), &copyInner);
+    original->SubConfigGet(CZTStr(u"Inner"), originalInner.out());
+    copy->SubConfigGet(CZTStr(u"Inner"), copyInner.out());
     EXPECT_NE(originalInner.get(), copyInner.get());
 }
 
@@ -401,7 +401,7 @@ TEST(Config, CopyFromTakesMatchingKeysOfTheSameType) {
 
     // With a prefix the source's keys are read below it: here the inner items of another outer configuration.
     ComPtr<IConfig> targetInner;
-    ASSERT_EQ(target->SubConfigGet(CZTStr(u"Inner"), &targetInner), S_OK);
+    ASSERT_EQ(target->SubConfigGet(CZTStr(u"Inner"), targetInner.out()), S_OK);
     ComPtr<CConfig> other = WithSubConfig();
     ASSERT_EQ(SetOne(other, u"Inner\\Angle", Float(-2)), S_OK);
     ASSERT_EQ(targetInner->CopyFrom(other, CZTStr(u"Inner\\")), S_OK);

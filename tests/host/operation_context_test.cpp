@@ -9,7 +9,7 @@ namespace {
 // A state object of some kind: a colour's name will do.
 ComPtr<ILocalizedString> SomeObject() {
     ComPtr<ILocalizedString> name;
-    zthost::Create<IColorNameProvider>(CLSID_ColorNameProvider)->ColorName(0xFF0000FF, &name);
+    zthost::Create<IColorNameProvider>(CLSID_ColorNameProvider)->ColorName(0xFF0000FF, name.out());
     return name;
 }
 

@@ -156,7 +156,7 @@ std::vector<std::u16string> KeysOf(IConfig* aConfig) {
 
 ComPtr<IConfig> SubOf(IConfig* aConfig, std::u16string_view aKey) {
     ComPtr<IConfig> sub;
-    aConfig->SubConfigGet(CZTStr(aKey), &sub);
+    aConfig->SubConfigGet(CZTStr(aKey), sub.out());
     return sub;
 }
 
@@ -276,7 +276,7 @@ TEST_F(OperationManagerTest, TextFormCarriesTheOperationAndItsSettings) {
 TEST_F(OperationManagerTest, DuplicateChoosesItsOwnOperation) {
     ComPtr<CConfig> original = WithOperationItem();
     ComPtr<IConfig> copy;
-    ASSERT_EQ(original->DuplicateCreate(&copy), S_OK);
+    ASSERT_EQ(original->DuplicateCreate(copy.out()), S_OK);
     ASSERT_EQ(SetOne(copy, u"Operation", Guid(CLSID_Blur)), S_OK);
     EXPECT_EQ(KeysOf(SubOf(copy, u"Operation")), std::vector<std::u16string>{u"Radius"});
     EXPECT_EQ(KeysOf(SubOf(original, u"Operation")), std::vector<std::u16string>{u"Angle"});

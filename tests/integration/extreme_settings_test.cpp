@@ -74,12 +74,12 @@ TEST(ExtremeSettings, EveryOperationSurvivesEverySettingAtTheEndsOfItsType) {
         zthost::CreateInstance(c.id, IDocumentOperation::iid, op.out());
         if (!op) continue;
         ComPtr<IConfig> config;
-        ASSERT_EQ(S_OK, op->ConfigCreate(manager, &config)) << zthost::ShortNameOf(c.id);
+        ASSERT_EQ(S_OK, op->ConfigCreate(manager, config.out())) << zthost::ShortNameOf(c.id);
         for (const zthost::ConfigItemInfo& item : zthost::DescribeConfig(config)) {
             std::vector<TConfigValue> values = ExtremesOf(item.defaultValue->eTypeID);
             for (TConfigValue& value : values) {
                 ComPtr<IConfig> copy;
-                ASSERT_EQ(S_OK, config->DuplicateCreate(&copy));
+                ASSERT_EQ(S_OK, config->DuplicateCreate(copy.out()));
                 const char16_t* key = item.key.c_str();
                 CZTStr keyText(key);
                 const char16_t* keys[] = {keyText.get()};
@@ -91,7 +91,7 @@ TEST(ExtremeSettings, EveryOperationSurvivesEverySettingAtTheEndsOfItsType) {
                 }
                 ComPtr<IConfigDescriptor> descriptor = ComPtr<IConfigDescriptor>::query(op.get());
                 ComPtr<ILocalizedString> name;
-                if (descriptor) descriptor->Name(manager, copy, &name);
+                if (descriptor) descriptor->Name(manager, copy, name.out());
                 ++runs;
                 ConfigValueClear(value);
             }

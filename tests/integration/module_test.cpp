@@ -72,7 +72,7 @@ TEST(ModuleLoading, ShiftHueSingletonRunsOnAHostDocumentAndTheModuleCanUnloadAft
         init.pixels = pixels.data();
         ComPtr<IDocument> doc = zthost::CreateRasterDocument(init);
         ComPtr<IConfig> config;
-        ASSERT_EQ(S_OK, first->ConfigCreate(zthost::OperationManager(), &config));
+        ASSERT_EQ(S_OK, first->ConfigCreate(zthost::OperationManager(), config.out()));
         std::string error;
         ASSERT_EQ(S_OK, zthost::ConfigSetFromString(config, "Angle", "120", &error)) << error;
         ASSERT_EQ(S_OK, first->CanActivate(zthost::OperationManager(), doc, config, nullptr));
@@ -95,6 +95,6 @@ TEST(ModuleLoading, ModuleReachesHostServicesThroughTheActivationFunction) {
     ComPtr<IDocumentOperation> op;
     ASSERT_EQ(S_OK, zthost::CreateInstance(kShiftHue, IDocumentOperation::iid, op.out()));
     ComPtr<IConfig> config;
-    ASSERT_EQ(S_OK, op->ConfigCreate(zthost::OperationManager(), &config));
+    ASSERT_EQ(S_OK, op->ConfigCreate(zthost::OperationManager(), config.out()));
     EXPECT_EQ(1u, zthost::DescribeConfig(config).size());
 }

@@ -32,7 +32,7 @@ ComPtr<IDocumentOperation> Blur() {
 // A configuration of the host's, with items set from text as a user would.
 ComPtr<IConfig> Config(std::initializer_list<std::pair<const char*, const char*>> aItems) {
     ComPtr<IConfig> config;
-    EXPECT_EQ(S_OK, Blur()->ConfigCreate(zthost::OperationManager(), &config));
+    EXPECT_EQ(S_OK, Blur()->ConfigCreate(zthost::OperationManager(), config.out()));
     for (const auto& [key, value] : aItems) {
         std::string error;
         EXPECT_EQ(S_OK, zthost::ConfigSetFromString(config, key, value, &error)) << error;
@@ -108,7 +108,7 @@ std::vector<TPixelChannel> Uniform(size_t aCount, uint32_t aColour) {
 std::string NameOf(IConfig* aConfig, uint32_t aLanguage = LANG_ENGLISH) {
     ComPtr<IConfigDescriptor> d = ComPtr<IConfigDescriptor>::query(Blur().get());
     ComPtr<ILocalizedString> name;
-    EXPECT_EQ(S_OK, d->Name(zthost::OperationManager(), aConfig, &name));
+    EXPECT_EQ(S_OK, d->Name(zthost::OperationManager(), aConfig, name.out()));
     return zthost::TextOf(name, aLanguage);
 }
 
@@ -127,7 +127,7 @@ private:
 
 TEST(BlurOperation, NameGetIsTheStringTableEntry) {
     ComPtr<ILocalizedString> name;
-    ASSERT_EQ(S_OK, Blur()->NameGet(nullptr, &name));
+    ASSERT_EQ(S_OK, Blur()->NameGet(nullptr, name.out()));
     EXPECT_EQ("Raster Image - Blur", zthost::TextOf(name, LANG_ENGLISH));
     EXPECT_EQ("Rastrový obrázek - Rozostření", zthost::TextOf(name, LANG_CZECH));
 }

@@ -31,7 +31,7 @@ ComPtr<IDocumentOperation> Op() {
 
 ComPtr<IConfig> Config(IDocumentOperation* aOp, const std::vector<std::pair<std::string, std::string>>& aValues) {
     ComPtr<IConfig> config;
-    EXPECT_EQ(S_OK, aOp->ConfigCreate(zthost::OperationManager(), &config));
+    EXPECT_EQ(S_OK, aOp->ConfigCreate(zthost::OperationManager(), config.out()));
     for (const auto& [key, value] : aValues) {
         std::string error;
         EXPECT_EQ(S_OK, zthost::ConfigSetFromString(config, key, value, &error)) << key << ": " << error;
@@ -42,7 +42,7 @@ ComPtr<IConfig> Config(IDocumentOperation* aOp, const std::vector<std::pair<std:
 std::string NameOf(IDocumentOperation* aOp, IConfig* aConfig) {
     ComPtr<IConfigDescriptor> d = ComPtr<IConfigDescriptor>::query(aOp);
     ComPtr<ILocalizedString> name;
-    EXPECT_EQ(S_OK, d->Name(zthost::OperationManager(), aConfig, &name));
+    EXPECT_EQ(S_OK, d->Name(zthost::OperationManager(), aConfig, name.out()));
     return zthost::TextOf(name, LANG_ENGLISH);
 }
 
@@ -288,7 +288,7 @@ TEST(PerspectiveOperation, CopyTransformedLeavesTheSourceAndTransformsTheCopy) {
                             {"Pt3Y", "0"}, {"Pt4X", "0"}, {"Pt4Y", "0"}});
     ASSERT_EQ(S_OK, filter->CopyTransformed(doc, flip, base, u"copy"));
     ComPtr<IDocument> copy;
-    ASSERT_EQ(S_OK, base->DocumentGet(u"copy", &copy));
+    ASSERT_EQ(S_OK, base->DocumentGet(u"copy", copy.out()));
     const auto original = State(doc), flipped = State(copy);
     for (int i = 0; i < 6; ++i) EXPECT_EQ(src[i].n, original.content[i].n);
     for (int y = 0; y < 2; ++y)
@@ -302,7 +302,7 @@ TEST(PerspectiveOperation, CreateWrapperByModeAndToConfigRoundTrip) {
     auto config = Config(op, {{"Mode", "0"}});
     EXPECT_EQ(E_POINTER, canvas->CreateWrapper(config, 10, 10, nullptr));
     ComPtr<ICanvasInteractingWrapper> w;
-    ASSERT_EQ(S_OK, canvas->CreateWrapper(config, 200, 100, &w));
+    ASSERT_EQ(S_OK, canvas->CreateWrapper(config, 200, 100, w.out()));
     ASSERT_TRUE(w);
     EXPECT_EQ(4u, w->GetControlPointCount());
     float p[2];
@@ -314,7 +314,7 @@ TEST(PerspectiveOperation, CreateWrapperByModeAndToConfigRoundTrip) {
     ASSERT_EQ(S_OK, w->ToConfig(other));
     EXPECT_EQ("Transformation", NameOf(op, other));
     ComPtr<ICanvasInteractingWrapper> affine;
-    ASSERT_EQ(S_OK, canvas->CreateWrapper(Config(op, {{"Mode", "1"}}), 10, 10, &affine));
+    ASSERT_EQ(S_OK, canvas->CreateWrapper(Config(op, {{"Mode", "1"}}), 10, 10, affine.out()));
     EXPECT_EQ(10u, affine->GetControlPointCount());
 }
 
@@ -512,7 +512,7 @@ TEST(RemoveBorderOperation, NameReadsTheSizeAsAnInteger) {
     EXPECT_EQ("Remove border", NameOf(op, nullptr));
     ComPtr<IConfigDescriptor> d = ComPtr<IConfigDescriptor>::query(op.get());
     ComPtr<ILocalizedString> name;
-    EXPECT_EQ(E_UNEXPECTED, d->Name(zthost::OperationManager(), Config(op, {}), &name));  // a float is refused
+    EXPECT_EQ(E_UNEXPECTED, d->Name(zthost::OperationManager(), Config(op, {}), name.out()));  // a float is refused
 }
 
 TEST(RemoveBorderOperation, LayersAreUnitedAroundTheCommonCentre) {

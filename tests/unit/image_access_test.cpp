@@ -112,7 +112,7 @@ TEST(ImageAccess, DocumentReportingNoContentIsSeenAsTheOnePixelAtTheOrigin) {
     ComPtr<IDocumentOperation> op;
     factory->CreateInstance(nullptr, IDocumentOperation::iid, op.out());
     ComPtr<IConfig> config;
-    op->ConfigCreate(zthost::OperationManager(), &config);
+    op->ConfigCreate(zthost::OperationManager(), config.out());
     ASSERT_EQ(S_OK, op->Activate(nullptr, terse, config, nullptr, nullptr, LANG_ENGLISH));
     zthost::RasterImageState s;
     ASSERT_TRUE(zthost::InspectRasterDocument(host, &s));

@@ -52,7 +52,7 @@ protected:
         Set(config, "Operation", "ShiftHue");
         Set(config, "Operation/Angle", "120");
         ComPtr<IConfig> inner;
-        config->SubConfigGet(u"Operation", &inner);
+        config->SubConfigGet(u"Operation", inner.out());
         CConfigValue id;
         ReadItem(config, u"Operation", id);
         EXPECT_EQ(S_OK, zthost::OperationManager()->Activate(nullptr, copy, &id.Raw(), inner, nullptr, nullptr,

@@ -22,7 +22,7 @@ ComPtr<IDocumentOperation> Operation() {
 
 inline ComPtr<IConfig> ConfigOf(IDocumentOperation* aOperation) {
     ComPtr<IConfig> config;
-    EXPECT_EQ(S_OK, aOperation->ConfigCreate(zthost::OperationManager(), &config));
+    EXPECT_EQ(S_OK, aOperation->ConfigCreate(zthost::OperationManager(), config.out()));
     return config;
 }
 
@@ -87,13 +87,13 @@ inline HRESULT RunOperation(IDocumentOperation* aOperation, IDocument* aDocument
 inline std::string NameOf(IDocumentOperation* aOperation, IConfig* aConfig, uint32_t aLanguage = LANG_ENGLISH) {
     ComPtr<IConfigDescriptor> d = ComPtr<IConfigDescriptor>::query(aOperation);
     ComPtr<ILocalizedString> name;
-    EXPECT_EQ(S_OK, d->Name(zthost::OperationManager(), aConfig, &name));
+    EXPECT_EQ(S_OK, d->Name(zthost::OperationManager(), aConfig, name.out()));
     return zthost::TextOf(name, aLanguage);
 }
 
 inline std::string ListedName(IDocumentOperation* aOperation, uint32_t aLanguage = LANG_ENGLISH) {
     ComPtr<ILocalizedString> name;
-    EXPECT_EQ(S_OK, aOperation->NameGet(nullptr, &name));
+    EXPECT_EQ(S_OK, aOperation->NameGet(nullptr, name.out()));
     return zthost::TextOf(name, aLanguage);
 }
 

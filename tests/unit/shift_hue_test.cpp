@@ -28,7 +28,7 @@ ComPtr<IDocumentOperation> ShiftHue() {
 
 ComPtr<IConfig> ConfigWithAngle(float aAngle) {
     ComPtr<IConfig> config;
-    ShiftHue()->ConfigCreate(zthost::OperationManager(), &config);
+    ShiftHue()->ConfigCreate(zthost::OperationManager(), config.out());
     const char16_t* key = u"Angle";
     CZTStr keyText(key);
     const char16_t* keys[] = {keyText.get()};
@@ -42,7 +42,7 @@ ComPtr<IConfig> ConfigWithAngle(float aAngle) {
 std::string NameOf(IConfig* aConfig, uint32_t aLanguage = LANG_ENGLISH) {
     ComPtr<IConfigDescriptor> d = ComPtr<IConfigDescriptor>::query(ShiftHue().get());
     ComPtr<ILocalizedString> name;
-    EXPECT_EQ(S_OK, d->Name(zthost::OperationManager(), aConfig, &name));
+    EXPECT_EQ(S_OK, d->Name(zthost::OperationManager(), aConfig, name.out()));
     return zthost::TextOf(name, aLanguage);
 }
 
@@ -66,7 +66,7 @@ std::vector<TPixelChannel> Pattern(size_t aCount) {
 
 TEST(ShiftHueOperation, NameGetIsTheStringTableEntry) {
     ComPtr<ILocalizedString> name;
-    ASSERT_EQ(S_OK, ShiftHue()->NameGet(nullptr, &name));
+    ASSERT_EQ(S_OK, ShiftHue()->NameGet(nullptr, name.out()));
     EXPECT_EQ("Raster Image - Shift Hue", zthost::TextOf(name, LANG_ENGLISH));
     EXPECT_EQ("Rastrový obrázek - Posun odstínu", zthost::TextOf(name, LANG_CZECH));
     EXPECT_EQ(E_POINTER, ShiftHue()->NameGet(nullptr, nullptr));
@@ -74,7 +74,7 @@ TEST(ShiftHueOperation, NameGetIsTheStringTableEntry) {
 
 TEST(ShiftHueOperation, SchemaHasTheAngleItem) {
     ComPtr<IConfig> config;
-    ASSERT_EQ(S_OK, ShiftHue()->ConfigCreate(zthost::OperationManager(), &config));
+    ASSERT_EQ(S_OK, ShiftHue()->ConfigCreate(zthost::OperationManager(), config.out()));
     auto items = zthost::DescribeConfig(config);
     ASSERT_EQ(1u, items.size());
     EXPECT_EQ(u"Angle", items[0].key);
@@ -113,7 +113,7 @@ TEST(ShiftHueOperation, NameWithAWrongTypeFailsAsUnexpected) {
     ComPtr<IConfig> config = ComPtr<IConfig>::query(builder.get());
     ComPtr<IConfigDescriptor> d = ComPtr<IConfigDescriptor>::query(ShiftHue().get());
     ComPtr<ILocalizedString> name;
-    EXPECT_EQ(E_UNEXPECTED, d->Name(nullptr, config, &name));
+    EXPECT_EQ(E_UNEXPECTED, d->Name(nullptr, config, name.out()));
     EXPECT_FALSE(name);
 }
 

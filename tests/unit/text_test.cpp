@@ -15,7 +15,7 @@ std::u16string Section(std::u16string_view text, uint32_t language) {
 
 std::u16string TextIn(ILocalizedString* s, uint32_t language) {
     CZTStr out;
-    EXPECT_EQ(S_OK, s->GetLocalized(language, &out));
+    EXPECT_EQ(S_OK, s->GetLocalized(language, out.out()));
     return std::u16string(out.view());
 }
 
@@ -76,7 +76,7 @@ TEST(MultiLanguageString, OnlyLowSixteenBitsOfTheLanguageCount) {
 TEST(SimpleLocalizedString, SameInEveryLanguageAndEmptyGivesNull) {
     EXPECT_EQ(u"name", TextIn(SimpleText(u"name"), 0x0405));
     CZTStr out;
-    EXPECT_EQ(S_OK, SimpleText(u"")->GetLocalized(0x0409, &out));
+    EXPECT_EQ(S_OK, SimpleText(u"")->GetLocalized(0x0409, out.out()));
     EXPECT_EQ(nullptr, out.get());
 }
 
@@ -96,9 +96,9 @@ TEST(SharedStringTable, UnknownLanguageFallsBackToEnglish) {
 
 TEST(SharedStringTable, MissingEntryIsFailureAndNoText) {
     CZTStr out;
-    EXPECT_EQ(E_FAIL, TableText(IDS_NAME_SHIFTHUE + 1)->GetLocalized(0x0409, &out));  // same block, no entry
+    EXPECT_EQ(E_FAIL, TableText(IDS_NAME_SHIFTHUE + 1)->GetLocalized(0x0409, out.out()));  // same block, no entry
     EXPECT_EQ(nullptr, out.get());
-    EXPECT_EQ(E_FAIL, TableText(0xFFFFF0)->GetLocalized(0x0409, &out));  // no block
+    EXPECT_EQ(E_FAIL, TableText(0xFFFFF0)->GetLocalized(0x0409, out.out()));  // no block
     EXPECT_EQ(nullptr, out.get());
 }
 
@@ -129,7 +129,7 @@ TEST(PrintfLocalizedString, TwoStringsAndPercentSign) {
 TEST(PrintfLocalizedString, FailingArgumentIsTheResult) {
     auto text = Printf(MultiLanguage(u"%s"), TableText(0xFFFFF0));
     CZTStr out;
-    EXPECT_EQ(E_FAIL, text->GetLocalized(0x0409, &out));
+    EXPECT_EQ(E_FAIL, text->GetLocalized(0x0409, out.out()));
 }
 
 TEST(FormatText, NumbersWithFlagsAndWidth) {
