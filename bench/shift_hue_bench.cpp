@@ -54,7 +54,7 @@ void ShiftHueKernel(benchmark::State& state) {
     for (auto _ : state) {
         zt::CPixelLevelTask<zt::CShiftHueOp> task(&source, TPixelChannel{}, {0, 0},
                                                   {int32_t(kSide), int32_t(kSide)}, dst.data(), &op);
-        zt::RunTask(&task, kSide, true);
+        zt::RunShares(task, kSide, zt::PoolIf(true));
         benchmark::DoNotOptimize(dst.data());
     }
     state.SetBytesProcessed(int64_t(state.iterations()) * dst.size() * 4);

@@ -12,7 +12,11 @@ namespace zt {
 // Owns one TConfigValue; a conversion to a type other than the held one throws.
 class CConfigValue {
 public:
-    struct CCastException {};
+    // A value of another type than the reader wanted; key is set where the reader knows it.
+    struct CCastException {
+        const char16_t* key = nullptr;
+        uint32_t expected = ECVTEmpty, found = ECVTEmpty;
+    };
 
     CConfigValue() : v_(ConfigValueEmpty()) {}
     explicit CConfigValue(int32_t aValue) : CConfigValue() { Set(ECVTInteger).iVal = aValue; }
@@ -24,6 +28,7 @@ public:
     CConfigValue(float aX, float aY, float aZ);            // vector
     CConfigValue(const CConfigValue&) = delete;
     CConfigValue& operator=(const CConfigValue&) = delete;
+    CConfigValue(CConfigValue&& aOther) noexcept : v_(aOther.v_) { aOther.v_ = ConfigValueEmpty(); }
     ~CConfigValue() { ConfigValueClear(v_); }
 
     // Clears the value and gives it to a reader.
@@ -49,7 +54,7 @@ private:
         return v_;
     }
     const TConfigValue& Check(uint32_t aType) const {
-        if (v_.eTypeID != aType) throw CCastException();
+        if (v_.eTypeID != aType) throw CCastException{nullptr, aType, v_.eTypeID};
         return v_;
     }
     TConfigValue v_;
@@ -96,6 +101,7 @@ struct SSchemaOption {
     SSchemaValue value;
     const char16_t* label;
     std::vector<SSchemaCondition> conditions = {};
+    const char* nickname = nullptr;
 };
 
 enum class ESchemaKind { pickOne, ranged, simple, operation };

@@ -314,9 +314,20 @@ struct IColorNameProvider : IUnknown {
 };
 
 // Host class ids, created through the activation function.
+// Why the last call on this thread failed, as the component-object error info of this
+// platform: the module says why where it knows, whoever called it reads the reason.
+struct IFailureReason : IUnknown {
+    ZT_IID("00c50ae0-e75a-48c6-8786-babc6e14b7e0");
+    virtual HRESULT SetReason(HRESULT aResult, ILocalizedString* aReason) = 0;
+    // The last reason of this thread and its result, handed over and forgotten; S_FALSE
+    // (and null) when there is none.
+    virtual HRESULT TakeReason(HRESULT* aResult, ILocalizedString** aReason) = 0;
+};
+
 constexpr CLSID CLSID_ConfigBuilder = MakeGuid("98D37AED-647D-44F6-9290-1854B1F59C5C");
 constexpr CLSID CLSID_ThreadPool = MakeGuid("321CCCC6-4E78-47A2-A629-FAA8871F6BB8");
 constexpr CLSID CLSID_GammaTableCache = MakeGuid("0DB564F7-62B2-48B5-88FD-FFDF224F1AC7");
 constexpr CLSID CLSID_Translator = MakeGuid("A8527808-1328-4221-9858-18E47799C379");
 constexpr CLSID CLSID_ColorNameProvider = MakeGuid("B3C37487-B60A-491C-A0D7-D33CA10E12B9");
+constexpr CLSID CLSID_FailureReason = MakeGuid("5d0f6a0c-8f4e-4c1b-9a57-3e2c7b1d9f60");
 constexpr CLSID CLSID_OperationManager = MakeGuid("7a3c9e15-4b82-4f6d-a0e9-c51d28f7b364");

@@ -41,6 +41,17 @@ struct IConfigDescriptor : IUnknown {
     virtual HRESULT Reserved7() = 0;
 };
 
+// The module's own addition to its operations: short names of the options of pick-one items,
+// so that scripts and the command line may say "gaussian" where the stored value is 3.
+struct IOperationSchema : IUnknown {
+    ZT_IID("1cdc6da8-0323-4daf-bc58-846939a24c2a");
+    // The nickname of option aValue of item aKey; S_FALSE and null when it has none.
+    virtual HRESULT OptionNickname(const char16_t* aKey, const TConfigValue* aValue, ZTBSTR* aNickname) = 0;
+    // The value of the option of item aKey called aNickname, letter case aside;
+    // E_HOST_ITEM_NOT_FOUND when there is none.
+    virtual HRESULT OptionByNickname(const char16_t* aKey, const char16_t* aNickname, TConfigValue* aValue) = 0;
+};
+
 struct ILayerStyle : IUnknown {
     ZT_IID("b8ed39d6-9ded-45ff-9651-05107b0f74eb");
     virtual uint8_t ExecutionPriority() = 0;

@@ -1,8 +1,13 @@
-// What most operations share: the filter answers of a pixel-local operation, the empty
-// descriptor, and the usual CanActivate rule.
+// What every operation shares: the filter answers of a pixel-local operation, the empty
+// descriptor, the usual CanActivate rule, and the base that makes an operation of a class
+// name id and a schema.
 #pragma once
 
-#include "frame/operation.h"
+#include <type_traits>
+
+#include "frame/boundary.h"
+#include "frame/schema.h"
+#include "frame/text.h"
 
 namespace zt {
 
@@ -27,6 +32,14 @@ public:
     HRESULT Reserved7() override { return E_NOTIMPL; }
 };
 
+// The nickname answers of IOperationSchema from a schema.
+HRESULT NicknameOf(const CSchemaBase& aSchema, const char16_t* aKey, const TConfigValue* aValue, ZTBSTR* aNickname);
+HRESULT OptionValueOf(const CSchemaBase& aSchema, const char16_t* aKey, const char16_t* aNickname,
+                      TConfigValue* aValue);
+
+// The raster image of a document, or null.
+ComPtr<IDocumentRasterImage> RasterImageOf(IDocument* aDocument);
+
 // S_OK when the document has the raster image feature; a null document is S_FALSE.
 inline HRESULT CanActivateOnRasterImage(IDocument* aDocument) {
     if (!aDocument) return S_FALSE;
@@ -34,5 +47,51 @@ inline HRESULT CanActivateOnRasterImage(IDocument* aDocument) {
     aDocument->QueryFeatureInterface(IDocumentRasterImage::iid, image.out());
     return image ? S_OK : S_FALSE;
 }
+
+// The interfaces an operation answers besides IDocumentOperation, IConfigDescriptor and
+// IOperationSchema; IRasterImageFilter comes with the answers of a pixel-local operation,
+// which the operation overrides where it has more to say.
+template <class I>
+struct SInterfaceBase {
+    using type = I;
+};
+template <>
+struct SInterfaceBase<IRasterImageFilter> {
+    using type = CTrivialRasterImageFilter;
+};
+
+// The base of an operation class Self, which gives:
+//   static constexpr CLSID classId;
+//   static constexpr uint32_t nameId;          // its string-table name
+//   static const CSchemaBase& Schema();        // its one schema table
+// and overrides Activate, the descriptor's Name and what else it has. NameGet, ConfigCreate,
+// the usual CanActivate and the option nicknames come from here.
+template <class Self, class... Interfaces>
+class COperation : public IDocumentOperation,
+                   public CConfigDescriptorImpl,
+                   public IOperationSchema,
+                   public SInterfaceBase<Interfaces>::type... {
+public:
+    void* FindInterfaceImpl(const IID& aIID) {
+        return FindInterface<IDocumentOperation, Interfaces..., IConfigDescriptor, IOperationSchema>(this, aIID);
+    }
+
+    HRESULT NameGet(IOperationManager*, ILocalizedString** aName) override {
+        return NameFromTable(Self::nameId, aName);
+    }
+    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override {
+        return ConfigFromSchema(aManager, Self::Schema().Items(), aConfig);
+    }
+    HRESULT CanActivate(IOperationManager*, IDocument* aDocument, IConfig*, IOperationContext*) override {
+        return CanActivateOnRasterImage(aDocument);
+    }
+
+    HRESULT OptionNickname(const char16_t* aKey, const TConfigValue* aValue, ZTBSTR* aNickname) override {
+        return NicknameOf(Self::Schema(), aKey, aValue, aNickname);
+    }
+    HRESULT OptionByNickname(const char16_t* aKey, const char16_t* aNickname, TConfigValue* aValue) override {
+        return OptionValueOf(Self::Schema(), aKey, aNickname, aValue);
+    }
+};
 
 }  // namespace zt

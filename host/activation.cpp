@@ -38,6 +38,7 @@ Registry& TheRegistry() {
         r->hostClasses[CLSID_SharedStateImageMask] = CreateImageMaskState;
         r->hostClasses[CLSID_DocumentBase] = CreateDocumentBaseObject;
         r->hostClasses[CLSID_DocumentFactoryRasterImage] = CreateRasterDocumentFactory;
+        r->hostClasses[CLSID_FailureReason] = CreateFailureReason;
         return r;
     }();
     return *registry;

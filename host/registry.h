@@ -24,5 +24,6 @@ HRESULT CreateColorQuantizer(const IID& aIID, void** aOut);
 HRESULT CreateImageMaskState(const IID& aIID, void** aOut);
 HRESULT CreateDocumentBaseObject(const IID& aIID, void** aOut);
 HRESULT CreateRasterDocumentFactory(const IID& aIID, void** aOut);
+HRESULT CreateFailureReason(const IID& aIID, void** aOut);
 
 }  // namespace zthost

@@ -87,6 +87,12 @@ uint32_t Language();
 // Text of a localised string in a language, as UTF-8 ("" when it has none).
 std::string TextOf(ILocalizedString* aText, uint32_t aLanguage);
 
+// The reason the module gave on this thread for the failure aResult, in the host's language,
+// and forgotten; "" when it gave none (or gave one for another result).
+std::string TakeFailureReason(HRESULT aResult);
+// Forgets a reason left from an earlier call, before a call whose failure will be explained.
+void ForgetFailureReason();
+
 // ------------------------------------------------------------ documents
 
 struct RasterImageInit {

@@ -32,20 +32,4 @@ HRESULT RectImageInspect(TImagePoint aContentOrigin, TImageSize aContentSize, co
     return aVisitor->Visit(count, tiles, nullptr);
 }
 
-bool UsePoolForPixels(uint32_t aWidth, uint32_t aHeight) {
-    return aHeight >= 16 && aWidth * aHeight > 16384u;  // product in 32 bits
-}
-
-void RunTask(IThreadedTask* aTask, uint32_t aHeight, bool aUsePool) {
-    if (aUsePool) {
-        ComPtr<IThreadPool> pool = HostCreate<IThreadPool>(CLSID_ThreadPool);
-        uint32_t threads = 0;
-        if (pool && SUCCEEDED(pool->ThreadCount(&threads)) && threads != 0 && threads <= aHeight) {
-            pool->Execute(0, aTask);  // the pool's failure is ignored
-            return;
-        }
-    }
-    aTask->Execute(0, 1);
-}
-
 }  // namespace zt

@@ -7,6 +7,7 @@
 
 #include "frame/classes.h"
 #include "frame/image.h"
+#include "pixel/parallel.h"
 
 namespace zt {
 
@@ -30,12 +31,9 @@ public:
     HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
         const uint32_t height = static_cast<uint32_t>(end_.nY - start_.nY);
         const uint32_t width = static_cast<uint32_t>(end_.nX - start_.nX);
-        // Strict on purpose: with more shares than rows, share `height` gets the row at the
-        // line count. RunPixelTask never hands the pool such work.
-        if (aIndex > height) return S_FALSE;
-        const uint32_t n = std::min(aTotal, height);
-        const uint32_t r0 = aIndex * height / n;
-        const uint32_t r1 = (aIndex + 1) * height / n;
+        const SShare share = ShareOf(aIndex, aTotal, height);
+        if (!share.any) return S_FALSE;
+        const uint32_t r0 = share.first, r1 = share.end;
         CVisitor visitor({start_.nX, start_.nY + static_cast<int32_t>(r0)}, destination_ + size_t(r0) * width, width,
                          op_);
         const TPixelChannel* contentPixels =
@@ -90,15 +88,6 @@ private:
     const Op* op_;
 };
 
-// The thread decision of the pixel tasks: the pool for at least 16 rows and more than
-// 16384 pixels, otherwise the calling thread.
-bool UsePoolForPixels(uint32_t aWidth, uint32_t aHeight);
-
-// Runs a task over aHeight rows: on the host's pool when aUsePool holds and the pool has
-// no more threads than there are rows (the strict share test would otherwise let one share
-// write the row below the destination), else as one share on the calling thread.
-void RunTask(IThreadedTask* aTask, uint32_t aHeight, bool aUsePool);
-
 // The whole run of a pixel-level operation: feature, content, default pixel, the Op (made
 // by aMakeOp(alphaTotal) after the default pixel is read), a new buffer, the task, and the
 // hand-over with the default pixel transformed by the same Op.
@@ -119,7 +108,7 @@ HRESULT ActivatePixelOperation(IDocument* aDocument, MakeOp&& aMakeOp) {
         CLockedImageBuffer source(image);
         const TImagePoint end{content.origin.nX + int32_t(content.size.nX), content.origin.nY + int32_t(content.size.nY)};
         CPixelLevelTask<Op> task(&source, ReadDefaultPixel(image), content.origin, end, buffer.Data(), &op);
-        RunTask(&task, content.size.nY, UsePoolForPixels(content.size.nX, content.size.nY));
+        RunShares(task, content.size.nY, PoolIf(PoolForPixels(content.size.nX, content.size.nY)));
     }
     const uint64_t total = alphaTotal.load();
     return buffer.Replace(content.origin, newDefault, Op::kKeepsAlphaTotal ? &total : nullptr);

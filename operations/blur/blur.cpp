@@ -152,7 +152,7 @@ struct SPlanarRun {
 
 template <class Task>
 HRESULT RunBlurTask(Task& aTask, uint32_t aLines, bool aUsePool) {
-    RunTask(&aTask, aLines, aUsePool);
+    RunShares(aTask, aLines, PoolIf(aUsePool));
     return aTask.OutOfMemory() ? E_OUTOFMEMORY : S_OK;
 }
 
@@ -282,7 +282,7 @@ HRESULT ActivateBlur(IDocument* aDocument, IConfig* aConfig) {
         run.height = H;
         run.targetStride = E;
         run.direction = s.direction;
-        run.usePool = H >= 16 && uint64_t(W) * H >= 16384;
+        run.usePool = PoolForBlur(W, H);
         run.left = ax.replicateLow ? edge : fixed;
         run.right = ax.replicateHigh ? edge : fixed;
         run.top = ay.replicateLow ? edge : fixed;

@@ -21,6 +21,7 @@
 #include "frame/host.h"
 #include "frame/object.h"
 #include "pixel/colour.h"
+#include "pixel/parallel.h"
 
 namespace zt {
 
@@ -616,22 +617,6 @@ using CRecursiveBlurRGBA = CRecursiveBlur<recursive_blur_calc_rgba<double>>;
 
 // ---------------------------------------------------------------- task
 
-// The lines of share aIndex of aTotal. Strict on purpose: with more shares than lines the
-// share whose index equals the line count still gets a range, which starts at the line
-// count. Callers never hand the pool fewer lines than it has threads, and the end is kept
-// at the line count, so that range is empty. 64-bit products equal the 32-bit ones
-// wherever those do not wrap.
-struct SShare {
-    bool any;
-    uint32_t first, end;
-};
-inline SShare BlurShare(uint32_t aIndex, uint32_t aTotal, uint32_t aLines) {
-    if (aIndex > aLines) return {false, 0, 0};
-    const uint64_t n = std::max<uint32_t>(1, std::min(aLines, aTotal));
-    const uint64_t first = uint64_t(aLines) * aIndex / n, end = uint64_t(aLines) * (aIndex + 1) / n;
-    return {true, uint32_t(std::min<uint64_t>(first, aLines)), uint32_t(std::min<uint64_t>(end, aLines))};
-}
-
 // Reads like Src from a contiguous copy of a line, for staging a group of lines.
 template <class Src>
 struct CStagingSrc {
@@ -664,7 +649,7 @@ public:
         : src_(aSrc), dst_(aDst), kernel_(aKernel), lines_(aLines) {}
 
     HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
-        const SShare share = BlurShare(aIndex, aTotal, lines_);
+        const SShare share = ClampedShareOf(aIndex, aTotal, lines_);
         if (!share.any) return S_FALSE;
         if (share.first >= share.end) return S_OK;
         const typename Src::Stored* line = src_.first + ptrdiff_t(share.first) * src_.LineStep();

@@ -26,6 +26,7 @@
 #include <immintrin.h>
 
 #include "operations/blur/blur_kernels.h"
+#include "pixel/parallel.h"
 
 namespace zt {
 
@@ -67,21 +68,6 @@ CAlignedArray<T> AllocateAligned(uint64_t aCount, bool aZeroed = false) {
     void* block = std::aligned_alloc(64, bytes);
     if (block && aZeroed) std::memset(block, 0, bytes);
     return CAlignedArray<T>(static_cast<T*>(block));
-}
-
-// The pool's thread count; 1 without a pool.
-inline uint32_t PoolThreads(IThreadPool* aPool) {
-    uint32_t threads = 1;
-    if (aPool && (FAILED(aPool->ThreadCount(&threads)) || threads == 0)) threads = 1;
-    return threads;
-}
-
-// Runs aTask as aThreads shares on the pool when every share gets at least one of its aLines
-// lines (see RunTask), as one share on this thread otherwise. Callers pass the share count
-// their per-share memory was sized for, whatever the pool's size is by now.
-inline void RunShares(IThreadPool* aPool, uint32_t aThreads, IThreadedTask& aTask, uint32_t aLines) {
-    if (aPool && aThreads > 1 && aThreads <= aLines) aPool->Execute(aThreads, &aTask);
-    else aTask.Execute(0, 1);
 }
 
 // Wide pixels of the intermediate of the two-axis Gaussian: E columns of the rows, in whole

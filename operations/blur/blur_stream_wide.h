@@ -355,10 +355,10 @@ public:
             const uint64_t i1 = std::min(i0 + kBand, outputs);
             if (i0 < height_) {
                 CRowsTask rows(*this, i0, std::min<uint64_t>(i1, height_));
-                RunShares(aPool, threads, rows, uint32_t(std::min<uint64_t>(i1, height_) - i0));
+                RunShares(rows, uint32_t(std::min<uint64_t>(i1, height_) - i0), aPool, threads);
             }
             CColumnsTask columns(*this, i0, i1);
-            RunShares(aPool, threads, columns, uint32_t(vectors_ / kChunkVectors));
+            RunShares(columns, uint32_t(vectors_ / kChunkVectors), aPool, threads);
         }
         return S_OK;
     }
@@ -378,7 +378,7 @@ private:
         CRowsTask(const CStreamedBlur& aBlur, uint64_t aFirst, uint64_t aEnd)
             : b_(aBlur), first_(aFirst), end_(aEnd) {}
         HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
-            const SShare share = BlurShare(aIndex, aTotal, uint32_t(end_ - first_));
+            const SShare share = ClampedShareOf(aIndex, aTotal, uint32_t(end_ - first_));
             if (!share.any) return S_FALSE;
             for (uint64_t y = first_ + share.first; y < first_ + share.end; y += kRowGroup)
                 b_.Rows(y, uint32_t(std::min<uint64_t>(kRowGroup, first_ + share.end - y)), aIndex);
@@ -396,7 +396,7 @@ private:
         CColumnsTask(const CStreamedBlur& aBlur, uint64_t aFirst, uint64_t aEnd)
             : b_(aBlur), first_(aFirst), end_(aEnd) {}
         HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
-            const SShare share = BlurShare(aIndex, aTotal, uint32_t(b_.vectors_ / kChunkVectors));
+            const SShare share = ClampedShareOf(aIndex, aTotal, uint32_t(b_.vectors_ / kChunkVectors));
             if (!share.any) return S_FALSE;
             for (uint32_t chunk = share.first; chunk < share.end; ++chunk)
                 b_.Columns(uint64_t(chunk) * kChunkVectors, first_, end_);
@@ -801,9 +801,9 @@ public:
         wide_ = aIntermediate;
         CPass rows(*this, true, H), columns(*this, false, uint32_t(width_));
         const uint32_t threads = PoolThreads(aPool);
-        RunShares(aPool, threads, rows, rows.Lines());
+        RunShares(rows, rows.Lines(), aPool, threads);
         if (rows.OutOfMemory()) return E_OUTOFMEMORY;
-        RunShares(aPool, threads, columns, columns.Lines());
+        RunShares(columns, columns.Lines(), aPool, threads);
         return columns.OutOfMemory() ? E_OUTOFMEMORY : S_OK;
     }
 
@@ -820,7 +820,7 @@ private:
         bool OutOfMemory() const { return outOfMemory_.load(); }
 
         HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
-            SShare share = BlurShare(aIndex, aTotal, units_);
+            SShare share = ClampedShareOf(aIndex, aTotal, units_);
             if (!share.any) return S_FALSE;
             if (rows_) share = {true, std::min(share.first * 8, lines_), std::min(share.end * 8, lines_)};
             if (share.first >= share.end) return S_OK;

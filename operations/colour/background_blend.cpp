@@ -67,7 +67,7 @@ HRESULT CDocumentOperationRasterImageBackgroundBlend::Activate(IOperationManager
         if (count == 0) return S_FALSE;
         // The module's own buffer: the result goes back by TileSet, not handed over.
         std::unique_ptr<TPixelChannel[]> pixels(new TPixelChannel[count]);
-        RunPixelOp(image.get(), content, pixels.get(), op, UsePoolForPixels(content.size.nX, content.size.nY));
+        RunPixelOp(image.get(), content, pixels.get(), op, PoolForPixels(content.size.nX, content.size.nY));
         return image->TileSet(CHANNEL_COLOR, &content.origin, &content.size, nullptr, uint32_t(count), pixels.get(),
                               0);
     });

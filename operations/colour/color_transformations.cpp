@@ -39,12 +39,6 @@ const SConfigSchema& Schema() {
     return schema;
 }
 
-// Content at least 4 rows high and larger than 4096 pixels goes to the pool: the lookups
-// are cheap enough that smaller images are not worth the hand-over.
-bool UsePoolForAdjustments(uint32_t aWidth, uint32_t aHeight) {
-    return aHeight >= 4 && uint64_t(aWidth) * aHeight > 4096u;
-}
-
 bool Near(int32_t aValue) { return aValue >= 96 && aValue <= 104; }
 }  // namespace
 
@@ -78,7 +72,7 @@ HRESULT CDocumentOperationRasterImageColorTransformations::Activate(IOperationMa
         const int32_t saturation = ReadLong(aConfig, u"Saturation");
 
         CAutoPixelBuffer buffer(image, content.size);
-        const bool pool = UsePoolForAdjustments(content.size.nX, content.size.nY);
+        const bool pool = PoolForAdjustments(content.size.nX, content.size.nY);
         if (saturation != 100) {
             int32_t table[256];
             BuildColorAdjustLinearTable(brightness, contrast, gamma, table);

@@ -61,7 +61,7 @@ HRESULT CDocumentOperationRasterImageColorize::Activate(IOperationManager*, IDoc
         const TPixelChannel newDefault = ColorizePixel(table, sourceDefault);
 
         CAutoPixelBuffer buffer(image, content.size);
-        const bool pool = UsePoolForPixels(content.size.nX, content.size.nY);
+        const bool pool = PoolForPixels(content.size.nX, content.size.nY);
         std::atomic<uint64_t> alphaTotal{0};
         if (mode.AsLong() == 1)
             RunPixelOp(image, content, buffer.Data(), CColorizeKeepSatOp{table, &alphaTotal}, pool);

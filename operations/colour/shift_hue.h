@@ -2,22 +2,19 @@
 #pragma once
 
 #include "frame/operation_base.h"
+#include "operations/colour/colour_strings.h"
 
 namespace zt {
 
-class CDocumentOperationRasterImageShiftHue : public IDocumentOperation,
-                                              public CTrivialRasterImageFilter,
-                                              public CConfigDescriptorImpl {
+struct SShiftHueSettings;
+
+class CDocumentOperationRasterImageShiftHue
+    : public COperation<CDocumentOperationRasterImageShiftHue, IRasterImageFilter> {
 public:
     static constexpr CLSID classId = MakeGuid("ce877eae-2e47-4bd2-a817-d4055adddeee");
-    void* FindInterfaceImpl(const IID& aIID) {
-        return FindInterface<IDocumentOperation, IRasterImageFilter, IConfigDescriptor>(this, aIID);
-    }
+    static constexpr uint32_t nameId = IDS_NAME_SHIFTHUE;
+    static const CSchema<SShiftHueSettings>& Schema();
 
-    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
-    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
-    HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
-                        IOperationContext* aContext) override;
     HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,
                      ZTHWND aParentWindow, uint32_t aLanguage) override;
     HRESULT Name(IOperationManager* aManager, IConfig* aConfig, ILocalizedString** aName) override;

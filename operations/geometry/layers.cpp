@@ -28,12 +28,6 @@ TImageSize MaxLayerCanvas(const std::vector<ComPtr<IDocument>>& aLayers) {
     return size;
 }
 
-ComPtr<IDocumentRasterImage> RasterImageOf(IDocument* aDocument) {
-    ComPtr<IDocumentRasterImage> image;
-    if (aDocument) aDocument->QueryFeatureInterface(IDocumentRasterImage::iid, image.out());
-    return image;
-}
-
 ComPtr<IDocumentLayeredImage> LayeredImageOf(IDocument* aDocument) {
     ComPtr<IDocumentLayeredImage> layers;
     if (aDocument) aDocument->QueryFeatureInterface(IDocumentLayeredImage::iid, layers.out());

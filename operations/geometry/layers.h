@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "frame/host_layers.h"
+#include "frame/operation_base.h"
 
 namespace zt {
 
@@ -13,8 +14,7 @@ std::vector<ComPtr<IDocument>> LayerDocuments(IDocumentLayeredImage* aLayers);
 // The largest width and the largest height over the layers' raster images.
 TImageSize MaxLayerCanvas(const std::vector<ComPtr<IDocument>>& aLayers);
 
-// The raster image of a document, or null.
-ComPtr<IDocumentRasterImage> RasterImageOf(IDocument* aDocument);
+// The layered image of a document, or null.
 ComPtr<IDocumentLayeredImage> LayeredImageOf(IDocument* aDocument);
 
 }  // namespace zt

@@ -404,35 +404,6 @@ TEST(BlurKernels, RecursiveRadiusOneOnEveryShortLineReadsOnlyTheLine) {
 
 // ---------------------------------------------------------------- shares
 
-TEST(BlurShares, StrictShareTestKeepsTheExtraShareEmpty) {
-    // Three lines, five shares: share 3 (the line count) has a range, which is empty.
-    SShare s = BlurShare(3, 5, 3);
-    EXPECT_TRUE(s.any);
-    EXPECT_EQ(3u, s.first);
-    EXPECT_EQ(3u, s.end);
-    EXPECT_FALSE(BlurShare(4, 5, 3).any);
-    EXPECT_TRUE(BlurShare(0, 1, 0).any);
-    EXPECT_EQ(0u, BlurShare(0, 1, 0).end);
-}
-
-TEST(BlurShares, SharesCoverEveryLineOnce) {
-    for (uint32_t lines : {1u, 2u, 7u, 16u, 100u, 4097u}) {
-        for (uint32_t total : {1u, 2u, 3u, 8u, 16u}) {
-            std::vector<int> seen(lines, 0);
-            for (uint32_t i = 0; i < total; ++i) {
-                const SShare s = BlurShare(i, total, lines);
-                if (!s.any) continue;
-                for (uint32_t l = s.first; l < s.end; ++l) ++seen[l];
-            }
-            for (uint32_t l = 0; l < lines; ++l) EXPECT_EQ(1, seen[l]) << lines << " " << total << " " << l;
-        }
-    }
-    // Seven lines in three shares: 0-1, 2-3, 4-6.
-    EXPECT_EQ(2u, BlurShare(1, 3, 7).first);
-    EXPECT_EQ(4u, BlurShare(1, 3, 7).end);
-    EXPECT_EQ(7u, BlurShare(2, 3, 7).end);
-}
-
 TEST(BlurShares, TaskAnswersOneForAShareBeyondTheLines) {
     std::vector<STestPixel> line(4, STestPixel{{0.5, 0.5, 0.5, 0.5}});
     std::vector<SRecord> out(6 * 4);

@@ -151,10 +151,3 @@ TEST(PixelLevelTask, ShareTestIsStrictAndTheShareAtTheLineCountGetsTheRowBelow) 
     EXPECT_EQ(S_OK, task.Execute(3, 5));
     EXPECT_EQ(0x01000001u, out[12].n);  // the row at the line count: the default pixel, below the content
 }
-
-TEST(PixelTaskThreads, PoolOnlyForSixteenRowsAndMoreThan16384Pixels) {
-    EXPECT_FALSE(UsePoolForPixels(1024, 16));
-    EXPECT_TRUE(UsePoolForPixels(1025, 16));
-    EXPECT_FALSE(UsePoolForPixels(100000, 15));
-    EXPECT_TRUE(UsePoolForPixels(1, 16385));
-}
