@@ -116,7 +116,8 @@ void ReadValue(IConfig* aConfig, const char16_t* aKey, std::u16string& aValue) {
     aValue = ReadTyped(aConfig, aKey, ECVTString).AsString();
 }
 void ReadValue(IConfig* aConfig, const char16_t* aKey, SColorF& aValue) {
-    const float* c = ReadTyped(aConfig, aKey, ECVTFloatColor).AsColor();
+    const CConfigValue v = ReadTyped(aConfig, aKey, ECVTFloatColor);
+    const float* c = v.AsColor();
     aValue = {c[0], c[1], c[2], c[3]};
 }
 // A vector item takes a colour value as well: both hold the numbers a vector needs.
