@@ -16,6 +16,13 @@
 
 namespace zt {
 
+struct SBlurSettings {
+    int32_t direction, method;
+    bool edgeReplication;
+    float radius, angle;
+    int32_t zoom;
+};
+
 namespace {
 
 constexpr const char16_t* kBlur = u"[0409]Blur[0405]Rozostření";
@@ -30,53 +37,6 @@ constexpr const char16_t* kReachHelp =
 
 enum EDirection : int32_t { kBoth = 0, kVerticalOnly = 1, kHorizontalOnly = 2, kRadialBlur = 3, kZoomBlur = 4 };
 enum EMethod : int32_t { kConstant = 0, kLinear = 1, kGaussian = 3 };
-
-const SConfigSchema& Schema() {
-    const SSchemaCondition planar{u"Direction", ECOCLessEqual, Long(2)};
-    static const SConfigSchema schema = {
-        PickOne(u"Direction", u"[0409]Direction[0405]Směr", u"[0409]Direction for blurring.[0405]Směr rozostření.",
-                Long(kBoth),
-                {{Long(kBoth), kHorizontalAndVertical},
-                 {Long(kHorizontalOnly), kHorizontal},
-                 {Long(kVerticalOnly), kVertical},
-                 {Long(kRadialBlur), kRadial},
-                 {Long(kZoomBlur), kZoom}}),
-        // Value 2 is not used, and stored configurations keep the gap.
-        PickOne(u"Method", u"[0409]Distribution[0405]Rozložení",
-                u"[0409]Method for spreading pixel color to its neighborhood.[0405]Způsob, jak se barva pixelu "
-                u"rozprostře do jeho okolí.",
-                Long(kLinear),
-                {{Long(kConstant), u"[0409]Constant[0405]Konstantní", {planar}},
-                 {Long(kLinear), u"[0409]Linear[0405]Lineární", {planar}},
-                 {Long(kGaussian), u"[0409]Gaussian[0405]Gaussovské", {planar}}}),
-        Simple(u"EdgeReplication", u"[0409]Canvas edge replication[0405]Opakování okrajů plátna",
-               u"[0409]Assume the pixel colors outside of canvas matches the image edges.[0405]Předpokládat, že "
-               u"barvy pixelů mimo plátno odpovídají okrajům obrázku.",
-               Bool(false), {planar}),
-        Simple(u"Radius", u"[0409]Radius[0405]Poloměr", kReachHelp, Float(10.0f), {planar}),
-        Simple(u"Angle", u"[0409]Angle[0405]Úhel", nullptr, Float(2.0f), {{u"Direction", ECOCEqual, Long(3)}}),
-        Simple(u"Zoom", u"[0409]Amount[0405]Míra", kReachHelp, Long(10), {{u"Direction", ECOCEqual, Long(4)}}),
-    };
-    return schema;
-}
-
-struct SSettings {
-    int32_t direction, method;
-    float radius, angle;
-    int32_t zoom;
-    bool edgeReplication;
-};
-
-SSettings ReadSettings(IConfig* aConfig) {
-    SSettings s;
-    s.direction = ReadLong(aConfig, u"Direction");
-    s.method = ReadLong(aConfig, u"Method");
-    s.radius = ReadFloat(aConfig, u"Radius");
-    s.angle = ReadFloat(aConfig, u"Angle");
-    s.zoom = ReadLong(aConfig, u"Zoom");
-    s.edgeReplication = ReadBool(aConfig, u"EdgeReplication");
-    return s;
-}
 
 // What lies beyond one side of the blurred area: the default colour, or (null) the edge.
 struct SSide {
@@ -211,7 +171,7 @@ HRESULT RunPlanar(const SPlanarRun& aRun, const Maker& aMake) {
     return RunBlurTask(columns, E, aRun.usePool);
 }
 
-HRESULT RadialOrZoom(IDocumentRasterImage* aImage, TImageSize aCanvas, const SSettings& aSettings) {
+HRESULT RadialOrZoom(IDocumentRasterImage* aImage, TImageSize aCanvas, const SBlurSettings& aSettings) {
     const size_t count = size_t(aCanvas.nX) * aCanvas.nY;
     std::unique_ptr<TPixelChannel[]> block(new (std::nothrow) TPixelChannel[2 * count]);
     if (!block) return E_OUTOFMEMORY;
@@ -225,8 +185,7 @@ HRESULT RadialOrZoom(IDocumentRasterImage* aImage, TImageSize aCanvas, const SSe
     return aImage->TileSet(CHANNEL_COLOR, &origin, &aCanvas, nullptr, uint32_t(count), result, 1);
 }
 
-HRESULT ActivateBlur(IDocument* aDocument, IConfig* aConfig) {
-    const SSettings s = ReadSettings(aConfig);
+HRESULT ActivateBlur(IDocument* aDocument, const SBlurSettings& s) {
     if (!aDocument) return E_POINTER;
     ComPtr<IDocumentRasterImage> image;
     aDocument->QueryFeatureInterface(IDocumentRasterImage::iid, image.out());
@@ -318,24 +277,41 @@ int32_t Grow(int32_t aEdge, int64_t aBy) {
 
 }  // namespace
 
-HRESULT CDocumentOperationRasterImageBlur::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_BLUR, aName);
-}
-
-HRESULT CDocumentOperationRasterImageBlur::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return ConfigFromSchema(aManager, Schema(), aConfig);
-}
-
-HRESULT CDocumentOperationRasterImageBlur::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
-                                                       IOperationContext*) {
-    return CanActivateOnRasterImage(aDocument);
+const CSchema<SBlurSettings>& CDocumentOperationRasterImageBlur::Schema() {
+    using S = SBlurSettings;
+    const SSchemaCondition planar{u"Direction", ECOCLessEqual, Long(2)};
+    static const CSchema<S> schema = {
+        PickOne(u"Direction", &S::direction, u"[0409]Direction[0405]Směr",
+                u"[0409]Direction for blurring.[0405]Směr rozostření.", int32_t(kBoth),
+                {{kBoth, "both", kHorizontalAndVertical},
+                 {kHorizontalOnly, "horizontal", kHorizontal},
+                 {kVerticalOnly, "vertical", kVertical},
+                 {kRadialBlur, "radial", kRadial},
+                 {kZoomBlur, "zoom", kZoom}}),
+        // Value 2 is not used, and stored configurations keep the gap.
+        PickOne(u"Method", &S::method, u"[0409]Distribution[0405]Rozložení",
+                u"[0409]Method for spreading pixel color to its neighborhood.[0405]Způsob, jak se barva pixelu "
+                u"rozprostře do jeho okolí.",
+                int32_t(kLinear),
+                {{kConstant, "constant", u"[0409]Constant[0405]Konstantní", {planar}},
+                 {kLinear, "linear", u"[0409]Linear[0405]Lineární", {planar}},
+                 {kGaussian, "gaussian", u"[0409]Gaussian[0405]Gaussovské", {planar}}}),
+        Simple(u"EdgeReplication", &S::edgeReplication, u"[0409]Canvas edge replication[0405]Opakování okrajů plátna",
+               u"[0409]Assume the pixel colors outside of canvas matches the image edges.[0405]Předpokládat, že "
+               u"barvy pixelů mimo plátno odpovídají okrajům obrázku.",
+               false, {planar}),
+        Simple(u"Radius", &S::radius, u"[0409]Radius[0405]Poloměr", kReachHelp, 10.0f, {planar}),
+        Simple(u"Angle", &S::angle, u"[0409]Angle[0405]Úhel", nullptr, 2.0f, {{u"Direction", ECOCEqual, Long(3)}}),
+        Simple(u"Zoom", &S::zoom, u"[0409]Amount[0405]Míra", kReachHelp, 10, {{u"Direction", ECOCEqual, Long(4)}}),
+    };
+    return schema;
 }
 
 HRESULT CDocumentOperationRasterImageBlur::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
                                                     IOperationContext*, ZTHWND, uint32_t) {
     return Guard([&] {
         try {
-            return ActivateBlur(aDocument, aConfig);
+            return ActivateBlur(aDocument, Schema().ReadSettings(aConfig));
         } catch (const std::bad_alloc&) {
             return E_OUTOFMEMORY;
         }
@@ -348,16 +324,10 @@ HRESULT CDocumentOperationRasterImageBlur::Transform(IConfig* aConfig, const TIm
         const float* m = aMatrix->m;
         const float s = std::sqrt(std::sqrt(m[0] * m[0] + m[3] * m[3]) * std::sqrt(m[1] * m[1] + m[4] * m[4]));
         if (s > 0.9999f && s < 1.0001f) return S_FALSE;
-        const float radius = ReadFloat(aConfig, u"Radius") * s;
-        const int32_t zoom = int32_t(float(ReadLong(aConfig, u"Zoom")) * s);
-        CZTStr radiusKey(u"Radius"), zoomKey(u"Zoom");
-        const char16_t* keys[] = {radiusKey.get(), zoomKey.get()};
-        TConfigValue values[2] = {ConfigValueEmpty(), ConfigValueEmpty()};
-        values[0].eTypeID = ECVTFloat;
-        values[0].fVal = radius;
-        values[1].eTypeID = ECVTInteger;
-        values[1].iVal = zoom;
-        return aConfig->ItemValuesSet(2, keys, values);
+        SBlurSettings scaled;
+        scaled.radius = Schema().Read(aConfig, &SBlurSettings::radius) * s;
+        scaled.zoom = int32_t(float(Schema().Read(aConfig, &SBlurSettings::zoom)) * s);
+        return Schema().WriteSettings(aConfig, scaled, &SBlurSettings::radius, &SBlurSettings::zoom);
     });
 }
 
@@ -365,9 +335,9 @@ HRESULT CDocumentOperationRasterImageBlur::AdjustDirtyRect(IConfig* aConfig, con
                                                            TRasterImageRect* aRect) {
     if (!aConfig || !aRect) return S_OK;
     return Guard([&] {
-        const int32_t direction = ReadLong(aConfig, u"Direction");
-        const int32_t method = ReadLong(aConfig, u"Method");
-        const float radius = ReadFloat(aConfig, u"Radius");
+        const int32_t direction = Schema().Read(aConfig, &SBlurSettings::direction);
+        const int32_t method = Schema().Read(aConfig, &SBlurSettings::method);
+        const float radius = Schema().Read(aConfig, &SBlurSettings::radius);
         if (direction != kRadialBlur && direction != kZoomBlur && method != kGaussian) {
             const int64_t c = int64_t(std::ceil(radius));
             if (direction == kBoth || direction == kHorizontalOnly) {
@@ -395,7 +365,7 @@ HRESULT CDocumentOperationRasterImageBlur::NeededToCompute(IConfig* aConfig, con
 HRESULT CDocumentOperationRasterImageBlur::Name(IOperationManager*, IConfig* aConfig, ILocalizedString** aName) {
     return GuardOut(aName, [&] {
         if (!aConfig) return HandOut(MultiLanguage(kBlur), aName);
-        const int32_t direction = ReadLong(aConfig, u"Direction");
+        const int32_t direction = Schema().Read(aConfig, &SBlurSettings::direction);
         const char16_t* text = nullptr;
         switch (direction) {
             case kBoth: text = kBlur; break;
@@ -403,14 +373,14 @@ HRESULT CDocumentOperationRasterImageBlur::Name(IOperationManager*, IConfig* aCo
             case kHorizontalOnly: text = kHorizontal; break;
             case kRadialBlur:
                 return HandOut(Printf(MultiLanguage(u"%s - %i°"), MultiLanguage(kRadial),
-                                      Rounded(ReadFloat(aConfig, u"Angle"))),
+                                      Rounded(Schema().Read(aConfig, &SBlurSettings::angle))),
                                aName);
             case kZoomBlur:
-                return HandOut(Printf(MultiLanguage(u"%s - %ipx"), MultiLanguage(kZoom), ReadLong(aConfig, u"Zoom")),
+                return HandOut(Printf(MultiLanguage(u"%s - %ipx"), MultiLanguage(kZoom), Schema().Read(aConfig, &SBlurSettings::zoom)),
                                aName);
             default: return HandOut(MultiLanguage(kBlur), aName);
         }
-        return HandOut(Printf(MultiLanguage(u"%s - %ipx"), MultiLanguage(text), Rounded(ReadFloat(aConfig, u"Radius"))),
+        return HandOut(Printf(MultiLanguage(u"%s - %ipx"), MultiLanguage(text), Rounded(Schema().Read(aConfig, &SBlurSettings::radius))),
                        aName);
     });
 }
