@@ -3,7 +3,9 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
+#include <new>
 #include <utility>
 
 #include "frame/classes.h"
@@ -58,7 +60,9 @@ uint32_t PoolThreads(IThreadPool* aPool);
 void RunShares(IThreadedTask& aTask, uint32_t aLines, IThreadPool* aPool, uint32_t aShares = 0);
 
 // A task made of a body that is called once per share with the share's lines and index:
-// whatever the body makes before its loop is the share's own state.
+// whatever the body makes before its loop is the share's own state. The pool does not pass
+// results on, so the task keeps the first failure of any share; an exception ends its share
+// there (no memory: E_OUTOFMEMORY) instead of leaving a pool thread.
 template <class Body>
 class CShareTask final : public CStackUnknown<IThreadedTask> {
 public:
@@ -67,20 +71,36 @@ public:
         const SShare share = ClampedShareOf(aIndex, aTotal, lines_);
         if (!share.any) return S_FALSE;
         if (share.first >= share.end) return S_OK;
-        return body_(share.first, share.end, aIndex);
+        HRESULT hr;
+        try {
+            hr = body_(share.first, share.end, aIndex);
+        } catch (const std::bad_alloc&) {
+            hr = E_OUTOFMEMORY;
+        } catch (...) {
+            hr = E_UNEXPECTED;
+        }
+        if (FAILED(hr)) {
+            HRESULT none = S_OK;
+            failure_.compare_exchange_strong(none, hr);
+        }
+        return hr;
     }
+    // S_OK, or the first failure of a share.
+    HRESULT Result() const { return failure_.load(); }
 
 private:
     uint32_t lines_;
     Body& body_;
+    std::atomic<HRESULT> failure_{S_OK};
 };
 
 // Runs aBody(first, end, share) -> HRESULT over aLines lines, on the pool when aPool is given
-// (see RunShares).
+// (see RunShares); gives S_OK or the first failure of a share.
 template <class Body>
-void ParallelLines(uint32_t aLines, IThreadPool* aPool, Body&& aBody, uint32_t aShares = 0) {
+HRESULT ParallelLines(uint32_t aLines, IThreadPool* aPool, Body&& aBody, uint32_t aShares = 0) {
     CShareTask<std::remove_reference_t<Body>> task(aLines, aBody);
     RunShares(task, aLines, aPool, aShares);
+    return task.Result();
 }
 
 }  // namespace zt

@@ -110,47 +110,29 @@ struct SPlanarRun {
     SSide left, right, top, bottom;
 };
 
-template <class Task>
-HRESULT RunBlurTask(Task& aTask, uint32_t aLines, bool aUsePool) {
-    RunShares(aTask, aLines, PoolIf(aUsePool));
-    return aTask.OutOfMemory() ? E_OUTOFMEMORY : S_OK;
-}
-
 template <class Maker>
 HRESULT RunPlanar(const SPlanarRun& aRun, const Maker& aMake) {
     using Kernel = decltype(aMake(0u, SSide{}, SSide{}));
     const uint32_t W = aRun.width, H = aRun.height, E = aRun.targetStride;
-    if (aRun.direction == kHorizontalOnly) {
-        CBlurTask<CFloatSRGBPreMulSrc, CFloatSRGBDeMulDst, Kernel> task(
-            {aRun.table, aRun.source, aRun.sourceStride}, {aRun.table, aRun.target, E},
-            aMake(W, aRun.left, aRun.right), H);
-        return RunBlurTask(task, H, aRun.usePool);
-    }
-    if (aRun.direction == kVerticalOnly) {
-        CBlurTask<CFloatSRGBPreMulTransposingSrc, CFloatSRGBDeMulTransposingDst, Kernel> task(
-            {aRun.table, aRun.source, aRun.sourceStride}, {aRun.table, aRun.target, E},
-            aMake(H, aRun.top, aRun.bottom), W);
-        return RunBlurTask(task, W, aRun.usePool);
-    }
-    if (StreamedBlurAvailable()) {
-        ComPtr<IThreadPool> pool = aRun.usePool ? HostCreate<IThreadPool>(CLSID_ThreadPool) : nullptr;
+    const ComPtr<IThreadPool> pool = PoolIf(aRun.usePool);
+    if (aRun.direction == kHorizontalOnly)
+        return BlurLines(CFloatSRGBPreMulSrc{aRun.table, aRun.source, aRun.sourceStride},
+                         CFloatSRGBDeMulDst{aRun.table, aRun.target, E}, aMake(W, aRun.left, aRun.right), H, pool);
+    if (aRun.direction == kVerticalOnly)
+        return BlurLines(CFloatSRGBPreMulTransposingSrc{aRun.table, aRun.source, aRun.sourceStride},
+                         CFloatSRGBDeMulTransposingDst{aRun.table, aRun.target, E}, aMake(H, aRun.top, aRun.bottom), W,
+                         pool);
+    if (const SStreamedBlurForm* form = StreamedBlurForm()) {
+        const SStreamedBlurJob job{aRun.table, aRun.source, aRun.sourceStride, aRun.target};
         const Kernel rows = aMake(W, aRun.left, aRun.right), columns = aMake(H, aRun.top, aRun.bottom);
-        // The AVX-512 form where the processor has it, the AVX2 form otherwise.
-        auto runForm = [&]<class Form>(Form) -> HRESULT {
-            if constexpr (kIsRecursive<Kernel>) {
-                const CScratchBuffer scratch(aRun.image,
-                                             RecursiveIntermediateLength(rows, columns) * sizeof(TWidePixel));
-                TWidePixel* const wide = scratch.As<TWidePixel>();
-                if (!wide) return E_OUTOFMEMORY;
-                return typename Form::Recursive(aRun.table, aRun.source, aRun.sourceStride, aRun.target, rows, columns)
-                    .Run(pool, wide);
-            } else {
-                return typename Form::template Streamed<Kernel>(aRun.table, aRun.source, aRun.sourceStride,
-                                                                aRun.target, rows, columns)
-                    .Run(pool);
-            }
-        };
-        return WideLookupsAvailable() ? runForm(avx512::SForm{}) : runForm(avx2::SForm{});
+        if constexpr (kIsRecursive<Kernel>) {
+            const CScratchBuffer scratch(aRun.image, RecursiveIntermediateLength(rows, columns) * sizeof(TWidePixel));
+            TWidePixel* const wide = scratch.As<TWidePixel>();
+            if (!wide) return E_OUTOFMEMORY;
+            return form->recursive(job, rows, columns, pool, wide);
+        } else {
+            return RunStreamed(*form, job, rows, columns, pool);
+        }
     }
     // Two axes: rows into the rows of the intermediate (E wide pixels each), then its
     // columns, a group of neighbours at a time, into the columns of the target. Every pass
@@ -159,16 +141,12 @@ HRESULT RunPlanar(const SPlanarRun& aRun, const Maker& aMake) {
     const CScratchBuffer scratch(aRun.image, uint64_t(E) * H * sizeof(TWidePixel));
     TWidePixel* const wide = scratch.As<TWidePixel>();
     if (!wide) return E_OUTOFMEMORY;
-    {
-        CBlurTask<CFloatSRGBPreMulSrc, CWideRowDst, Kernel> rows({aRun.table, aRun.source, aRun.sourceStride},
-                                                                 {wide, E}, aMake(W, aRun.left, aRun.right), H);
-        const HRESULT hr = RunBlurTask(rows, H, aRun.usePool);
-        if (FAILED(hr)) return hr;
-    }
+    const HRESULT hr = BlurLines(CFloatSRGBPreMulSrc{aRun.table, aRun.source, aRun.sourceStride},
+                                 CWideRowDst{wide, E}, aMake(W, aRun.left, aRun.right), H, pool);
+    if (FAILED(hr)) return hr;
     using WideSrc = std::conditional_t<kIsRecursive<Kernel>, CWideColumnSrc, CFloatWideColumnSrc>;
-    CBlurTask<WideSrc, CFloatSRGBDeMulTransposingDst, Kernel> columns({wide, E}, {aRun.table, aRun.target, E},
-                                                                      aMake(H, aRun.top, aRun.bottom), E);
-    return RunBlurTask(columns, E, aRun.usePool);
+    return BlurLines(WideSrc{wide, E}, CFloatSRGBDeMulTransposingDst{aRun.table, aRun.target, E},
+                     aMake(H, aRun.top, aRun.bottom), E, pool);
 }
 
 HRESULT RadialOrZoom(IDocumentRasterImage* aImage, TImageSize aCanvas, const SBlurSettings& aSettings) {

@@ -642,115 +642,88 @@ constexpr bool kIsRecursive = false;
 template <class Calc>
 constexpr bool kIsRecursive<CRecursiveBlur<Calc>> = true;
 
-template <class Src, class Dst, class Kernel>
-class CBlurTask final : public CStackUnknown<IThreadedTask> {
-public:
-    CBlurTask(const Src& aSrc, const Dst& aDst, const Kernel& aKernel, uint32_t aLines)
-        : src_(aSrc), dst_(aDst), kernel_(aKernel), lines_(aLines) {}
+// The lines of a share through the recursive kernel, one at a time, so that a line's work
+// array stays in cache. Lines that run across memory (columns) are staged a group at a time:
+// the group's inputs are gathered row by row into contiguous lines and its outputs scattered
+// row by row, so each row of the group is one run of neighbours.
+template <class K, class Src, class Dst>
+HRESULT RecursiveLines(const K& aKernel, const Src& aSrc, const Dst& aDst, uint32_t aFirst, uint32_t aEnd,
+                       const typename Src::Stored* aLine, typename Dst::Stored* aOut) {
+    using In = typename Src::Stored;
+    using Out = typename Dst::Stored;
+    constexpr bool kStageIn = AcrossMemory<Src>(), kStageOut = AcrossMemory<Dst>();
+    if constexpr (!kStageIn && !kStageOut) {
+        for (uint32_t l = aFirst; l < aEnd; ++l) {
+            aKernel.Line(aSrc, aLine, aDst, aOut);
+            aLine += aSrc.LineStep();
+            aOut += aDst.LineStep();
+        }
+        return S_OK;
+    } else {
+        const size_t n = aKernel.length, padded = aKernel.padded;
+        std::unique_ptr<In[]> inStage(kStageIn ? new (std::nothrow) In[n * kRecursiveGroup] : nullptr);
+        std::unique_ptr<Out[]> outStage(kStageOut ? new (std::nothrow) Out[padded * kRecursiveGroup] : nullptr);
+        if ((kStageIn && !inStage) || (kStageOut && !outStage)) return E_OUTOFMEMORY;
+        const CStagingSrc<Src> stagedSrc{&aSrc};
+        const CStagingDst<Dst> stagedDst{&aDst};
+        const ptrdiff_t inStep = aSrc.PixelStep(), inNext = aSrc.LineStep();
+        const ptrdiff_t outStep = aDst.PixelStep(), outNext = aDst.LineStep();
+        for (uint32_t l = aFirst; l < aEnd; l += kRecursiveGroup) {
+            const uint32_t count = std::min(kRecursiveGroup, aEnd - l);
+            if constexpr (kStageIn) {
+                for (size_t k = 0; k < n; ++k) {
+                    const In* row = aLine + ptrdiff_t(k) * inStep;
+                    for (uint32_t g = 0; g < count; ++g) inStage[g * n + k] = row[ptrdiff_t(g) * inNext];
+                }
+            }
+            for (uint32_t g = 0; g < count; ++g) {
+                if constexpr (kStageIn && kStageOut) {
+                    aKernel.Line(stagedSrc, inStage.get() + g * n, stagedDst, outStage.get() + g * padded);
+                } else if constexpr (kStageIn) {
+                    aKernel.Line(stagedSrc, inStage.get() + g * n, aDst, aOut + ptrdiff_t(g) * outNext);
+                } else {
+                    aKernel.Line(aSrc, aLine + ptrdiff_t(g) * inNext, stagedDst, outStage.get() + g * padded);
+                }
+            }
+            if constexpr (kStageOut) {
+                for (size_t i = 0; i < padded; ++i) {
+                    Out* row = aOut + ptrdiff_t(i) * outStep;
+                    for (uint32_t g = 0; g < count; ++g) row[ptrdiff_t(g) * outNext] = outStage[g * padded + i];
+                }
+            }
+            aLine += ptrdiff_t(count) * inNext;
+            aOut += ptrdiff_t(count) * outNext;
+        }
+        return S_OK;
+    }
+}
 
-    HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
-        const SShare share = ClampedShareOf(aIndex, aTotal, lines_);
-        if (!share.any) return S_FALSE;
-        if (share.first >= share.end) return S_OK;
-        const typename Src::Stored* line = src_.first + ptrdiff_t(share.first) * src_.LineStep();
-        typename Dst::Stored* out = dst_.first + ptrdiff_t(share.first) * dst_.LineStep();
+// One pass: aLines lines from aSrc through aKernel into aDst, shared out on aPool (null: on
+// this thread). Gives E_OUTOFMEMORY when a share could not get its working memory.
+template <class Src, class Dst, class Kernel>
+HRESULT BlurLines(const Src& aSrc, const Dst& aDst, const Kernel& aKernel, uint32_t aLines, IThreadPool* aPool) {
+    return ParallelLines(aLines, aPool, [&](uint32_t aFirst, uint32_t aEnd, uint32_t) -> HRESULT {
+        const typename Src::Stored* line = aSrc.first + ptrdiff_t(aFirst) * aSrc.LineStep();
+        typename Dst::Stored* out = aDst.first + ptrdiff_t(aFirst) * aDst.LineStep();
         if constexpr (kIsRecursive<Kernel>) {
             // A private copy with its own work array, so that shares share nothing they write.
-            Kernel kernel = kernel_;
-            kernel.forward = new (std::nothrow) v4d[kernel.WorkLength()];
-            if (!kernel.forward) {
-                outOfMemory_.store(true);
-                return E_OUTOFMEMORY;
-            }
-            const HRESULT hr = RecursiveLines(kernel, share, line, out);
-            delete[] kernel.forward;
-            return hr;
+            Kernel kernel = aKernel;
+            const std::unique_ptr<v4d[]> work(new (std::nothrow) v4d[kernel.WorkLength()]);
+            if (!work) return E_OUTOFMEMORY;
+            kernel.forward = work.get();
+            return RecursiveLines(kernel, aSrc, aDst, aFirst, aEnd, line, out);
         } else {
-            try {
-                SLineScratch scratch;
-                constexpr uint32_t kGroup = kGroupOf<Src, Dst>;
-                for (uint32_t l = share.first; l < share.end; l += kGroup) {
-                    const uint32_t count = std::min(kGroup, share.end - l);
-                    BlurLineGroup(kernel_, src_, line, dst_, out, count, scratch);
-                    line += ptrdiff_t(count) * src_.LineStep();
-                    out += ptrdiff_t(count) * dst_.LineStep();
-                }
-            } catch (const std::bad_alloc&) {
-                outOfMemory_.store(true);
-                return E_OUTOFMEMORY;
+            SLineScratch scratch;
+            constexpr uint32_t kGroup = kGroupOf<Src, Dst>;
+            for (uint32_t l = aFirst; l < aEnd; l += kGroup) {
+                const uint32_t count = std::min(kGroup, aEnd - l);
+                BlurLineGroup(aKernel, aSrc, line, aDst, out, count, scratch);
+                line += ptrdiff_t(count) * aSrc.LineStep();
+                out += ptrdiff_t(count) * aDst.LineStep();
             }
             return S_OK;
         }
-    }
-
-    // The lines of a share through the recursive kernel, one at a time, so that a line's
-    // work array stays in cache. Lines that run across memory (columns) are staged a group
-    // at a time: the group's inputs are gathered row by row into contiguous lines and its
-    // outputs scattered row by row, so each row of the group is one run of neighbours.
-    template <class K>
-    HRESULT RecursiveLines(const K& aKernel, SShare aShare, const typename Src::Stored* aLine,
-                           typename Dst::Stored* aOut) {
-        using In = typename Src::Stored;
-        using Out = typename Dst::Stored;
-        constexpr bool kStageIn = AcrossMemory<Src>(), kStageOut = AcrossMemory<Dst>();
-        if constexpr (!kStageIn && !kStageOut) {
-            for (uint32_t l = aShare.first; l < aShare.end; ++l) {
-                aKernel.Line(src_, aLine, dst_, aOut);
-                aLine += src_.LineStep();
-                aOut += dst_.LineStep();
-            }
-            return S_OK;
-        } else {
-            const size_t n = aKernel.length, padded = aKernel.padded;
-            std::unique_ptr<In[]> inStage(kStageIn ? new (std::nothrow) In[n * kRecursiveGroup] : nullptr);
-            std::unique_ptr<Out[]> outStage(kStageOut ? new (std::nothrow) Out[padded * kRecursiveGroup] : nullptr);
-            if ((kStageIn && !inStage) || (kStageOut && !outStage)) {
-                outOfMemory_.store(true);
-                return E_OUTOFMEMORY;
-            }
-            const CStagingSrc<Src> stagedSrc{&src_};
-            const CStagingDst<Dst> stagedDst{&dst_};
-            const ptrdiff_t inStep = src_.PixelStep(), inNext = src_.LineStep();
-            const ptrdiff_t outStep = dst_.PixelStep(), outNext = dst_.LineStep();
-            for (uint32_t l = aShare.first; l < aShare.end; l += kRecursiveGroup) {
-                const uint32_t count = std::min(kRecursiveGroup, aShare.end - l);
-                if constexpr (kStageIn) {
-                    for (size_t k = 0; k < n; ++k) {
-                        const In* row = aLine + ptrdiff_t(k) * inStep;
-                        for (uint32_t g = 0; g < count; ++g) inStage[g * n + k] = row[ptrdiff_t(g) * inNext];
-                    }
-                }
-                for (uint32_t g = 0; g < count; ++g) {
-                    if constexpr (kStageIn && kStageOut) {
-                        aKernel.Line(stagedSrc, inStage.get() + g * n, stagedDst, outStage.get() + g * padded);
-                    } else if constexpr (kStageIn) {
-                        aKernel.Line(stagedSrc, inStage.get() + g * n, dst_, aOut + ptrdiff_t(g) * outNext);
-                    } else {
-                        aKernel.Line(src_, aLine + ptrdiff_t(g) * inNext, stagedDst, outStage.get() + g * padded);
-                    }
-                }
-                if constexpr (kStageOut) {
-                    for (size_t i = 0; i < padded; ++i) {
-                        Out* row = aOut + ptrdiff_t(i) * outStep;
-                        for (uint32_t g = 0; g < count; ++g) row[ptrdiff_t(g) * outNext] = outStage[g * padded + i];
-                    }
-                }
-                aLine += ptrdiff_t(count) * inNext;
-                aOut += ptrdiff_t(count) * outNext;
-            }
-            return S_OK;
-        }
-    }
-
-    // True when a share could not get its working memory (the pool does not pass results on).
-    bool OutOfMemory() const { return outOfMemory_.load(); }
-
-private:
-    Src src_;
-    Dst dst_;
-    Kernel kernel_;
-    uint32_t lines_;
-    std::atomic<bool> outOfMemory_{false};
-};
+    });
+}
 
 }  // namespace zt

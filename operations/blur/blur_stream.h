@@ -6,12 +6,12 @@
 // registers.
 //
 // Every row and every column is still one line of the engine: its sums see the same values
-// in the same order as in the two passes through CBlurTask, so every result bit is theirs.
+// in the same order as in the two passes of BlurLines, so every result bit is theirs.
 // Conversions work on eight or sixteen pixels at a time with the channels in separate
 // vectors, which makes one table look-up serve many values and one division eight pixels.
 //
-// The code of both blurs is in blur_stream_wide.h, compiled twice below: for AVX2, and for
-// AVX-512 with byte permutes, where the tables are held in registers.
+// The code of both blurs is in blur_stream_wide.h, built twice: for AVX2, and for AVX-512 with
+// byte permutes, where the tables are held in registers.
 #pragma once
 
 #include <algorithm>
@@ -23,8 +23,6 @@
 #include <new>
 #include <type_traits>
 
-#include <immintrin.h>
-
 #include "operations/blur/blur_kernels.h"
 #include "pixel/parallel.h"
 
@@ -33,15 +31,16 @@ namespace zt {
 using v8f = float __attribute__((vector_size(32)));
 using v8i = int32_t __attribute__((vector_size(32)));
 using v8u = uint32_t __attribute__((vector_size(32)));
+using v4df = double __attribute__((vector_size(32)));
 
-// Cleared, the two-axis blur takes the two passes through CBlurTask on any processor: tests
+// Cleared, the two-axis blur takes the two passes of BlurLines on any processor: tests
 // compare the two paths with it.
 inline std::atomic<bool> gStreamedBlurAllowed{true};
 // Cleared, the streamed blur takes its AVX2 form where AVX-512 is there too.
 inline std::atomic<bool> gWideLookupsAllowed{true};
 
 // Whether the two-axis blur runs streamed here. It is built for AVX2 only; elsewhere the two
-// passes through CBlurTask give the same pixels.
+// passes of BlurLines give the same pixels.
 inline bool StreamedBlurAvailable() { return gStreamedBlurAllowed.load() && __builtin_cpu_supports("avx2"); }
 
 // Whether the streamed blur can take its AVX-512 form, whose tables sit in registers.
@@ -76,32 +75,47 @@ inline uint64_t RecursiveIntermediateLength(const CRecursiveBlurRGBA& aRows, con
     return (uint64_t(aColumns.length) + 7) / 8 * 8 * (uint64_t(aRows.length) + 2 * uint64_t(aRows.border));
 }
 
-using v4df = double __attribute__((vector_size(32)));
+// The two-axis blurs of one vector form. Each form is built in a translation unit of its own
+// for its target (blur_stream_avx2.cpp, blur_stream_avx512.cpp), so that none of its code
+// can be inlined into code that runs on other processors; the operation calls through this
+// table.
+struct SStreamedBlurJob {
+    const TSRGBFloatRecord* table;
+    const TPixelChannel* source;
+    uint32_t sourceStride;
+    TPixelChannel* target;  // E = W + 2 x row reach columns, stride E
+};
+struct SStreamedBlurForm {
+    HRESULT (*box)(const SStreamedBlurJob&, const CBoxBlurFloat&, const CBoxBlurFloat&, IThreadPool*);
+    HRESULT (*fraction)(const SStreamedBlurJob&, const CFractionBoxBlurFloat&, const CFractionBoxBlurFloat&,
+                        IThreadPool*);
+    HRESULT (*linear)(const SStreamedBlurJob&, const CLinearBlurFloat&, const CLinearBlurFloat&, IThreadPool*);
+    // aIntermediate holds RecursiveIntermediateLength wide pixels.
+    HRESULT (*recursive)(const SStreamedBlurJob&, const CRecursiveBlurRGBA&, const CRecursiveBlurRGBA&,
+                         IThreadPool*, TWidePixel* aIntermediate);
+};
+extern const SStreamedBlurForm kStreamedBlurAvx2, kStreamedBlurAvx512;
 
-// The target pragma does not define the macros of the instruction sets it turns on, so the
-// body is told which form it is.
-#pragma GCC push_options
-#pragma GCC target("avx2")
-#define ZT_BLUR_PERMUTED_TABLES 0
-namespace avx2 {
-#include "operations/blur/blur_stream_wide.h"
-}  // namespace avx2
-#undef ZT_BLUR_PERMUTED_TABLES
-#pragma GCC pop_options
+// The form for this processor: AVX-512 with byte permutes, else AVX2; null without AVX2 (or
+// when the tests have cleared the flags above).
+inline const SStreamedBlurForm* StreamedBlurForm() {
+    if (!StreamedBlurAvailable()) return nullptr;
+    return WideLookupsAvailable() ? &kStreamedBlurAvx512 : &kStreamedBlurAvx2;
+}
 
-#pragma GCC push_options
-#pragma GCC target("avx2,avx512f,avx512bw,avx512vl,avx512vbmi")
-// g++ 12 takes the self-initialised placeholder of _mm256_undefined_pd, which the
-// 256-bit halves of 512-bit registers go through, for an uninitialised value.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#define ZT_BLUR_PERMUTED_TABLES 1
-namespace avx512 {
-#include "operations/blur/blur_stream_wide.h"
-}  // namespace avx512
-#undef ZT_BLUR_PERMUTED_TABLES
-#pragma GCC diagnostic pop
-#pragma GCC pop_options
+// The finite kernels through a form, by their type.
+inline HRESULT RunStreamed(const SStreamedBlurForm& aForm, const SStreamedBlurJob& aJob, const CBoxBlurFloat& aRows,
+                           const CBoxBlurFloat& aColumns, IThreadPool* aPool) {
+    return aForm.box(aJob, aRows, aColumns, aPool);
+}
+inline HRESULT RunStreamed(const SStreamedBlurForm& aForm, const SStreamedBlurJob& aJob,
+                           const CFractionBoxBlurFloat& aRows, const CFractionBoxBlurFloat& aColumns,
+                           IThreadPool* aPool) {
+    return aForm.fraction(aJob, aRows, aColumns, aPool);
+}
+inline HRESULT RunStreamed(const SStreamedBlurForm& aForm, const SStreamedBlurJob& aJob,
+                           const CLinearBlurFloat& aRows, const CLinearBlurFloat& aColumns, IThreadPool* aPool) {
+    return aForm.linear(aJob, aRows, aColumns, aPool);
+}
 
 }  // namespace zt

@@ -354,11 +354,26 @@ public:
         for (uint64_t i0 = 0; i0 < outputs; i0 += kBand) {
             const uint64_t i1 = std::min(i0 + kBand, outputs);
             if (i0 < height_) {
-                CRowsTask rows(*this, i0, std::min<uint64_t>(i1, height_));
-                RunShares(rows, uint32_t(std::min<uint64_t>(i1, height_) - i0), aPool, threads);
+                // Rows [i0, end) of the image into the ring.
+                const uint64_t end = std::min<uint64_t>(i1, height_);
+                ParallelLines(
+                    uint32_t(end - i0), aPool,
+                    [&](uint32_t aFirst, uint32_t aEnd, uint32_t aShare) {
+                        for (uint64_t y = i0 + aFirst; y < i0 + aEnd; y += kRowGroup)
+                            Rows(y, uint32_t(std::min<uint64_t>(kRowGroup, i0 + aEnd - y)), aShare);
+                        return S_OK;
+                    },
+                    threads);
             }
-            CColumnsTask columns(*this, i0, i1);
-            RunShares(columns, uint32_t(vectors_ / kChunkVectors), aPool, threads);
+            // Outputs [i0, i1) of every column, a share of the column chunks each.
+            ParallelLines(
+                uint32_t(vectors_ / kChunkVectors), aPool,
+                [&](uint32_t aFirst, uint32_t aEnd, uint32_t) {
+                    for (uint32_t chunk = aFirst; chunk < aEnd; ++chunk)
+                        Columns(uint64_t(chunk) * kChunkVectors, i0, i1);
+                    return S_OK;
+                },
+                threads);
         }
         return S_OK;
     }
@@ -371,42 +386,6 @@ private:
 
     uint64_t RingStride() const { return vectors_ * kPixelsPerVector; }
     v4f* RingRow(uint64_t aRow) const { return ring_.get() + (aRow & ringMask_) * RingStride(); }
-
-    // Rows [first, end) of the image into the ring.
-    class CRowsTask final : public CStackUnknown<IThreadedTask> {
-    public:
-        CRowsTask(const CStreamedBlur& aBlur, uint64_t aFirst, uint64_t aEnd)
-            : b_(aBlur), first_(aFirst), end_(aEnd) {}
-        HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
-            const SShare share = ClampedShareOf(aIndex, aTotal, uint32_t(end_ - first_));
-            if (!share.any) return S_FALSE;
-            for (uint64_t y = first_ + share.first; y < first_ + share.end; y += kRowGroup)
-                b_.Rows(y, uint32_t(std::min<uint64_t>(kRowGroup, first_ + share.end - y)), aIndex);
-            return S_OK;
-        }
-
-    private:
-        const CStreamedBlur& b_;
-        uint64_t first_, end_;
-    };
-
-    // Outputs [first, end) of every column, a share of the column chunks each.
-    class CColumnsTask final : public CStackUnknown<IThreadedTask> {
-    public:
-        CColumnsTask(const CStreamedBlur& aBlur, uint64_t aFirst, uint64_t aEnd)
-            : b_(aBlur), first_(aFirst), end_(aEnd) {}
-        HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
-            const SShare share = ClampedShareOf(aIndex, aTotal, uint32_t(b_.vectors_ / kChunkVectors));
-            if (!share.any) return S_FALSE;
-            for (uint32_t chunk = share.first; chunk < share.end; ++chunk)
-                b_.Columns(uint64_t(chunk) * kChunkVectors, first_, end_);
-            return S_OK;
-        }
-
-    private:
-        const CStreamedBlur& b_;
-        uint64_t first_, end_;
-    };
 
     // aCount rows from aFirst through the row kernel into the ring, their sums side by side,
     // kRowsPerVector to a vector. The rows are first read into linear light, interleaved
@@ -799,12 +778,8 @@ public:
         const uint32_t H = columns_.length;
         if (H == 0 || rows_.length == 0) return S_OK;
         wide_ = aIntermediate;
-        CPass rows(*this, true, H), columns(*this, false, uint32_t(width_));
-        const uint32_t threads = PoolThreads(aPool);
-        RunShares(rows, rows.Lines(), aPool, threads);
-        if (rows.OutOfMemory()) return E_OUTOFMEMORY;
-        RunShares(columns, columns.Lines(), aPool, threads);
-        return columns.OutOfMemory() ? E_OUTOFMEMORY : S_OK;
+        const HRESULT hr = Pass(true, H, aPool);
+        return FAILED(hr) ? hr : Pass(false, uint32_t(width_), aPool);
     }
 
 private:
@@ -812,37 +787,24 @@ private:
 
     // One pass, a share of its lines each; every share has its own work array.
     // The row pass shares out whole blocks of eight rows, so that its groups start on a block.
-    class CPass final : public CStackUnknown<IThreadedTask> {
-    public:
-        CPass(const CRecursiveTwoAxisBlur& aBlur, bool aRows, uint32_t aLines)
-            : b_(aBlur), rows_(aRows), lines_(aLines), units_(aRows ? (aLines + 7) / 8 : aLines) {}
-        uint32_t Lines() const { return units_; }
-        bool OutOfMemory() const { return outOfMemory_.load(); }
-
-        HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
-            SShare share = ClampedShareOf(aIndex, aTotal, units_);
-            if (!share.any) return S_FALSE;
-            if (rows_) share = {true, std::min(share.first * 8, lines_), std::min(share.end * 8, lines_)};
-            if (share.first >= share.end) return S_OK;
-            const CRecursiveBlurRGBA& kernel = rows_ ? b_.rows_ : b_.columns_;
-            const CAlignedArray<v4df> w = AllocateAligned<v4df>(kGroup * kernel.WorkLength());
-            if (!w) {
-                outOfMemory_.store(true);
-                return E_OUTOFMEMORY;
-            }
-            for (uint32_t l = share.first; l < share.end; l += kGroup) {
-                if (rows_) b_.RowGroup(l, std::min(kGroup, share.end - l), w.get());
-                else b_.ColumnGroup(l, std::min(kGroup, share.end - l), w.get());
-            }
-            return S_OK;
-        }
-
-    private:
-        const CRecursiveTwoAxisBlur& b_;
-        bool rows_;
-        uint32_t lines_, units_;
-        std::atomic<bool> outOfMemory_{false};
-    };
+    HRESULT Pass(bool aRows, uint32_t aLines, IThreadPool* aPool) const {
+        const uint32_t units = aRows ? (aLines + 7) / 8 : aLines;
+        return ParallelLines(
+            units, aPool,
+            [&](uint32_t aFirst, uint32_t aEnd, uint32_t) -> HRESULT {
+                if (aRows) aFirst = std::min(aFirst * 8, aLines), aEnd = std::min(aEnd * 8, aLines);
+                if (aFirst >= aEnd) return S_OK;
+                const CRecursiveBlurRGBA& kernel = aRows ? rows_ : columns_;
+                const CAlignedArray<v4df> w = AllocateAligned<v4df>(kGroup * kernel.WorkLength());
+                if (!w) return E_OUTOFMEMORY;
+                for (uint32_t l = aFirst; l < aEnd; l += kGroup) {
+                    if (aRows) RowGroup(l, std::min(kGroup, aEnd - l), w.get());
+                    else ColumnGroup(l, std::min(kGroup, aEnd - l), w.get());
+                }
+                return S_OK;
+            },
+            PoolThreads(aPool));
+    }
 
     // Where the intermediate holds column x of row y.
     TWidePixel* Wide(uint64_t aY, uint64_t aX) const {

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <new>
+#include <stdexcept>
 #include <vector>
 
 #include "host/zthost.h"
@@ -84,4 +86,21 @@ TEST(ParallelLines, WithoutAPoolOneShareHasAllLines) {
     EXPECT_EQ(1u, calls);
     EXPECT_EQ(0u, first);
     EXPECT_EQ(10u, end);
+}
+
+TEST(ParallelLines, GivesTheFailureOfAShareAndEndsAShareThatThrows) {
+    const uint32_t before = zthost::ThreadCount();
+    zthost::SetThreadCount(4);
+    EXPECT_EQ(S_OK, ParallelLines(8, PoolIf(true), [](uint32_t, uint32_t, uint32_t) { return S_OK; }));
+    EXPECT_EQ(E_OUTOFMEMORY, ParallelLines(8, PoolIf(true), [](uint32_t, uint32_t, uint32_t aShare) {
+                  return aShare == 2 ? E_OUTOFMEMORY : S_OK;
+              }));
+    EXPECT_EQ(E_OUTOFMEMORY, ParallelLines(8, PoolIf(true), [](uint32_t, uint32_t, uint32_t aShare) -> HRESULT {
+                  if (aShare == 1) throw std::bad_alloc();
+                  return S_OK;
+              }));
+    EXPECT_EQ(E_UNEXPECTED, ParallelLines(8, nullptr, [](uint32_t, uint32_t, uint32_t) -> HRESULT {
+                  throw std::runtime_error("broken");
+              }));
+    zthost::SetThreadCount(before);
 }
