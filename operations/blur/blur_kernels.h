@@ -698,32 +698,68 @@ HRESULT RecursiveLines(const K& aKernel, const Src& aSrc, const Dst& aDst, uint3
     }
 }
 
-// One pass: aLines lines from aSrc through aKernel into aDst, shared out on aPool (null: on
-// this thread). Gives E_OUTOFMEMORY when a share could not get its working memory.
+// One pass of the engine: aLines lines from a source through a kernel into a destination,
+// share aIndex of aTotal per Execute; 1 for a share beyond the lines.
 template <class Src, class Dst, class Kernel>
-HRESULT BlurLines(const Src& aSrc, const Dst& aDst, const Kernel& aKernel, uint32_t aLines, IThreadPool* aPool) {
-    return ParallelLines(aLines, aPool, [&](uint32_t aFirst, uint32_t aEnd, uint32_t) -> HRESULT {
-        const typename Src::Stored* line = aSrc.first + ptrdiff_t(aFirst) * aSrc.LineStep();
-        typename Dst::Stored* out = aDst.first + ptrdiff_t(aFirst) * aDst.LineStep();
+class CBlurTask final : public CStackUnknown<IThreadedTask> {
+public:
+    CBlurTask(const Src& aSrc, const Dst& aDst, const Kernel& aKernel, uint32_t aLines)
+        : src_(aSrc), dst_(aDst), kernel_(aKernel), lines_(aLines) {}
+
+    HRESULT Execute(uint32_t aIndex, uint32_t aTotal) override {
+        const SShare share = ClampedShareOf(aIndex, aTotal, lines_);
+        if (!share.any) return S_FALSE;
+        if (share.first >= share.end) return S_OK;
+        const HRESULT hr = Lines(share.first, share.end);
+        if (FAILED(hr)) outOfMemory_.store(true);
+        return hr;
+    }
+
+    // True when a share could not get its working memory (the pool does not pass results on).
+    bool OutOfMemory() const { return outOfMemory_.load(); }
+
+private:
+    HRESULT Lines(uint32_t aFirst, uint32_t aEnd) {
+        const typename Src::Stored* line = src_.first + ptrdiff_t(aFirst) * src_.LineStep();
+        typename Dst::Stored* out = dst_.first + ptrdiff_t(aFirst) * dst_.LineStep();
         if constexpr (kIsRecursive<Kernel>) {
             // A private copy with its own work array, so that shares share nothing they write.
-            Kernel kernel = aKernel;
+            Kernel kernel = kernel_;
             const std::unique_ptr<v4d[]> work(new (std::nothrow) v4d[kernel.WorkLength()]);
             if (!work) return E_OUTOFMEMORY;
             kernel.forward = work.get();
-            return RecursiveLines(kernel, aSrc, aDst, aFirst, aEnd, line, out);
+            return RecursiveLines(kernel, src_, dst_, aFirst, aEnd, line, out);
         } else {
-            SLineScratch scratch;
-            constexpr uint32_t kGroup = kGroupOf<Src, Dst>;
-            for (uint32_t l = aFirst; l < aEnd; l += kGroup) {
-                const uint32_t count = std::min(kGroup, aEnd - l);
-                BlurLineGroup(aKernel, aSrc, line, aDst, out, count, scratch);
-                line += ptrdiff_t(count) * aSrc.LineStep();
-                out += ptrdiff_t(count) * aDst.LineStep();
+            try {
+                SLineScratch scratch;
+                constexpr uint32_t kGroup = kGroupOf<Src, Dst>;
+                for (uint32_t l = aFirst; l < aEnd; l += kGroup) {
+                    const uint32_t count = std::min(kGroup, aEnd - l);
+                    BlurLineGroup(kernel_, src_, line, dst_, out, count, scratch);
+                    line += ptrdiff_t(count) * src_.LineStep();
+                    out += ptrdiff_t(count) * dst_.LineStep();
+                }
+            } catch (const std::bad_alloc&) {
+                return E_OUTOFMEMORY;
             }
             return S_OK;
         }
-    });
+    }
+
+    Src src_;
+    Dst dst_;
+    Kernel kernel_;
+    uint32_t lines_;
+    std::atomic<bool> outOfMemory_{false};
+};
+
+// A pass run to its end, shared out on aPool (null: on this thread). Gives E_OUTOFMEMORY
+// when a share could not get its working memory.
+template <class Src, class Dst, class Kernel>
+HRESULT BlurLines(const Src& aSrc, const Dst& aDst, const Kernel& aKernel, uint32_t aLines, IThreadPool* aPool) {
+    CBlurTask<Src, Dst, Kernel> task(aSrc, aDst, aKernel, aLines);
+    RunShares(task, aLines, aPool);
+    return task.OutOfMemory() ? E_OUTOFMEMORY : S_OK;
 }
 
 }  // namespace zt

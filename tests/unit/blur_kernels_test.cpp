@@ -403,6 +403,24 @@ TEST(BlurKernels, RecursiveRadiusOneOnEveryShortLineReadsOnlyTheLine) {
     }
 }
 
+// ---------------------------------------------------------------- shares
+
+TEST(BlurShares, TaskAnswersOneForAShareBeyondTheLines) {
+    std::vector<STestPixel> line(4, STestPixel{{0.5, 0.5, 0.5, 0.5}});
+    std::vector<SRecord> out(6 * 4);
+    CTestSrc src{line.data(), 1, line.data(), line.data() + 4};
+    CRecordDst dst{out.data(), 6};
+    // Four lines of one pixel each (source stride 1), each written as 3 outputs (R = 1).
+    CBlurTask<CTestSrc, CRecordDst, CBoxBlurFloat> task(src, dst, CBoxBlurFloat{1, 1, nullptr, nullptr}, 4);
+    EXPECT_EQ(S_FALSE, task.Execute(5, 8));
+    EXPECT_EQ(S_OK, task.Execute(4, 8));  // the line count itself: an empty range
+    for (const SRecord& r : out) EXPECT_EQ(0, r.writes);
+    for (uint32_t i = 0; i < 4; ++i) EXPECT_EQ(S_OK, task.Execute(i, 4));
+    for (uint32_t l = 0; l < 4; ++l)
+        for (uint32_t i = 0; i < 6; ++i) EXPECT_EQ(i < 3 ? 1 : 0, out[l * 6 + i].writes) << l << " " << i;
+    EXPECT_FALSE(task.OutOfMemory());
+}
+
 // ---------------------------------------------------------------- against plain scalar sums
 
 namespace {
@@ -587,11 +605,17 @@ std::vector<TPixelChannel> TwoAxis(const std::vector<TPixelChannel>& aImage, uin
     using ColumnSrc = std::conditional_t<recursive, CWideSrc, CFloatWideSrc>;
     using RowSrc = std::conditional_t<recursive, CWideColumnSrc, CFloatWideColumnSrc>;
     if (aRows) {
-        BlurLines(CFloatSRGBPreMulSrc{t, aImage.data(), aW}, CWideRowDst{wide.data(), E}, aMake(aW), aH, nullptr);
-        BlurLines(RowSrc{wide.data(), E}, CFloatSRGBDeMulTransposingDst{t, out.data(), E}, aMake(aH), E, nullptr);
+        CBlurTask<CFloatSRGBPreMulSrc, CWideRowDst, Kernel>({t, aImage.data(), aW}, {wide.data(), E}, aMake(aW), aH)
+            .Execute(0, 1);
+        CBlurTask<RowSrc, CFloatSRGBDeMulTransposingDst, Kernel>({wide.data(), E}, {t, out.data(), E}, aMake(aH), E)
+            .Execute(0, 1);
     } else {
-        BlurLines(CFloatSRGBPreMulSrc{t, aImage.data(), aW}, CWideTransposingDst{wide.data(), aH}, aMake(aW), aH, nullptr);
-        BlurLines(ColumnSrc{wide.data(), aH}, CFloatSRGBDeMulTransposingDst{t, out.data(), E}, aMake(aH), E, nullptr);
+        CBlurTask<CFloatSRGBPreMulSrc, CWideTransposingDst, Kernel>({t, aImage.data(), aW}, {wide.data(), aH},
+                                                                    aMake(aW), aH)
+            .Execute(0, 1);
+        CBlurTask<ColumnSrc, CFloatSRGBDeMulTransposingDst, Kernel>({wide.data(), aH}, {t, out.data(), E}, aMake(aH),
+                                                                    E)
+            .Execute(0, 1);
     }
     return out;
 }
@@ -638,9 +662,11 @@ std::vector<TPixelChannel> TwoPasses(const std::vector<TPixelChannel>& aImage, u
     const uint32_t W = aRows.length, H = aColumns.length, E = W + 2 * ReachOf(aRows);
     std::vector<TWidePixel> wide(size_t(E) * H);
     std::vector<TPixelChannel> out(size_t(E) * (H + 2 * ReachOf(aColumns)));
-    BlurLines(CFloatSRGBPreMulSrc{t, aImage.data(), aStride}, CWideTransposingDst{wide.data(), H}, aRows, H, nullptr);
+    CBlurTask<CFloatSRGBPreMulSrc, CWideTransposingDst, Kernel>({t, aImage.data(), aStride}, {wide.data(), H}, aRows, H)
+        .Execute(0, 1);
     using WideSrc = std::conditional_t<kIsRecursive<Kernel>, CWideSrc, CFloatWideSrc>;
-    BlurLines(WideSrc{wide.data(), H}, CFloatSRGBDeMulTransposingDst{t, out.data(), E}, aColumns, E, nullptr);
+    CBlurTask<WideSrc, CFloatSRGBDeMulTransposingDst, Kernel>({wide.data(), H}, {t, out.data(), E}, aColumns, E)
+        .Execute(0, 1);
     return out;
 }
 
