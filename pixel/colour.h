@@ -9,6 +9,8 @@
 
 namespace zt {
 
+#include "pixel/srgb_encoder_step.h"
+
 // v = 0 .. 65535 in linear light to an sRGB byte, interpolating the inverse half of the
 // 16-bit table T. Callers test the limits first.
 inline uint8_t LinearToSRGB8(const uint16_t* aT, uint32_t aV) {
@@ -22,8 +24,7 @@ inline uint8_t LinearToSRGB8(const uint16_t* aT, uint32_t aV) {
 inline uint8_t EncodeSRGB8(const TSRGBFloatRecord* aRecord, float aX) {
     uint32_t bits;
     std::memcpy(&bits, &aX, 4);
-    const uint32_t entry = aRecord->encoder[(bits - 0x39000000u) >> 20];
-    return static_cast<uint8_t>((((bits >> 12) & 255) * (entry & 0xFFFF) + ((entry >> 7) & 0x1FFFE00)) >> 16);
+    return static_cast<uint8_t>(EncoderByte(bits, aRecord->encoder[EncoderSegment(bits)]));
 }
 
 // The exact sRGB encoding of one value, for tables and single colours.

@@ -50,6 +50,7 @@ inline v4f Load4(const float* p) { return v4f{p[0], p[1], p[2], p[3]}; }
 
 constexpr float kInv255 = 0.003921569f;            // 0x3B808081
 constexpr float kHalfStep = 0.0019607844f;         // half of one 8-bit step
+constexpr double kRecursiveCutOff = 0.00196078431372549;  // alpha below which the recursive kernel drops a pixel
 constexpr float kEncodeLow = 0.00012207031f;       // 2^-13: keeps the encoder's index in range
 constexpr float kEncodeHigh = 0.99999994f;         // the largest float under 1
 constexpr float kFromWideUnsigned = 3.0517578e-5f;  // 2^-15
@@ -102,10 +103,10 @@ using v4u = uint32_t __attribute__((vector_size(16)));
 inline v4u EncodeSRGB8x4(const TSRGBFloatRecord* aTable, v4f aV) {
     v4u bits;
     std::memcpy(&bits, &aV, sizeof bits);
-    const v4u index = (bits - 0x39000000u) >> 20;
+    const v4u index = EncoderSegment(bits);
     const v4u entry = {aTable->encoder[index[0]], aTable->encoder[index[1]], aTable->encoder[index[2]],
                        aTable->encoder[index[3]]};
-    return ((((bits >> 12) & 255u) * (entry & 0xFFFFu) + ((entry >> 7) & 0x1FFFE00u)) >> 16) & 255u;
+    return EncoderByte(bits, entry);
 }
 
 // DeMulSRGBFromSum on four sums at once, lane by lane the same operations in the same order.
@@ -130,7 +131,7 @@ inline void DeMulSRGBFromSums4(const TSRGBFloatRecord* aTable, const v4f* aSums,
 inline TPixelChannel DeMulSRGBFromRecursive(const TSRGBFloatRecord* aTable, v4d aY) {
     TPixelChannel out;
     const double ya = aY[3];
-    if (!(ya > 0.00196078431372549)) {
+    if (!(ya > kRecursiveCutOff)) {
         out.n = 0;
         return out;
     }

@@ -5,6 +5,8 @@
 // lines of the Gaussian in the column pass); all else is the same text. Not a header of its
 // own: it includes nothing and opens no namespace.
 
+#include "pixel/srgb_encoder_step.h"
+
 inline v8f Splat8(float a) { return v8f{a, a, a, a, a, a, a, a}; }
 
 // The ring of the streamed blur holds each wide pixel already read back as CFloatWideSrc
@@ -228,8 +230,7 @@ inline v8f ClampForEncoder8(v8f aV) {
 // EncodeSRGB8 on eight values; only the table look-up is per lane.
 inline v8u EncodeSRGB8x8(const CEncoderEntries& aEntries, v8f aV) {
     const v8u bits = v8u(aV);
-    const v8u entry = aEntries((bits - 0x39000000u) >> 20);
-    return ((((bits >> 12) & 255u) * (entry & 0xFFFFu) + ((entry >> 7) & 0x1FFFE00u)) >> 16) & 255u;
+    return EncoderByte(bits, aEntries(EncoderSegment(bits)));
 }
 
 // DeMulSRGBFromSum on the sums of eight pixels, given as four pairs of neighbours; lane by
@@ -290,8 +291,7 @@ __attribute__((always_inline)) inline void DeMulSRGBChunk(const CEncoderEntries&
         // maximum and a minimum, as in ClampForEncoder8.
         const v16f v = keep ? v16f(_mm512_min_ps(_mm512_max_ps(__m512(s * u), __m512(low)), __m512(high))) : low;
         const v16u bits = v16u(v);
-        const v16u entry = v16u(aEntries.Sixteen(__m512i((bits - 0x39000000u) >> 20)));
-        return ((((bits >> 12) & 255u) * (entry & 0xFFFFu) + ((entry >> 7) & 0x1FFFE00u)) >> 16) & 255u;
+        return EncoderByte(bits, v16u(aEntries.Sixteen(__m512i(EncoderSegment(bits)))));
     };
     const v16f alphaF = keep ? a * (aInv * 255.0f) + 0.5f : v16f{};
     const v16u alpha = __builtin_convertvector(__builtin_convertvector(alphaF, v16i), v16u) & 255u;
@@ -557,7 +557,7 @@ __attribute__((always_inline)) inline void DeMulSRGBRecursive8(const CEncoderEnt
         return v4df(_mm256_permute2f128_pd(lo, hi, 0x31));
     };
     const v4df a0 = alphas(0), a1 = alphas(1);
-    const v4df threshold = {0.00196078431372549, 0.00196078431372549, 0.00196078431372549, 0.00196078431372549};
+    const v4df threshold = {kRecursiveCutOff, kRecursiveCutOff, kRecursiveCutOff, kRecursiveCutOff};
     const v4df one = {1.0, 1.0, 1.0, 1.0};
     auto keepOf = [&](v4df a) { return _mm256_cvtpd_ps(__m256d(a > threshold ? one : v4df{})); };
     const v8i keep = v8f(_mm256_set_m128(keepOf(a1), keepOf(a0))) > Splat8(0.0f);
@@ -625,7 +625,7 @@ __attribute__((always_inline)) inline void DeMulSRGBRecursiveGroup(const CEncode
         return _mm512_mask_blend_pd(0xF0, lo, hi);
     };
     const __m512d a0 = alphas(0), a1 = alphas(4);
-    const __m512d threshold = _mm512_set1_pd(0.00196078431372549);
+    const __m512d threshold = _mm512_set1_pd(kRecursiveCutOff);
     const __mmask8 keep0 = _mm512_cmp_pd_mask(a0, threshold, _CMP_GT_OQ);
     const __mmask8 keep1 = _mm512_cmp_pd_mask(a1, threshold, _CMP_GT_OQ);
     const __mmask16 keep = __mmask16(keep0 | unsigned(keep1) << 8);
@@ -640,8 +640,7 @@ __attribute__((always_inline)) inline void DeMulSRGBRecursiveGroup(const CEncode
         const __m512 v = _mm512_mask_blend_ps(keep, __m512(low),
                                               _mm512_min_ps(_mm512_max_ps(__m512(y * u), __m512(low)), __m512(high)));
         const v16u bits = v16u(v);
-        const v16u entry = v16u(aEntries.Sixteen(__m512i((bits - 0x39000000u) >> 20)));
-        return ((((bits >> 12) & 255u) * (entry & 0xFFFFu) + ((entry >> 7) & 0x1FFFE00u)) >> 16) & 255u;
+        return EncoderByte(bits, v16u(aEntries.Sixteen(__m512i(EncoderSegment(bits)))));
     };
     // Kept lanes have alpha above 0, so the cut is of a positive number.
     auto alphaBytes = [&](__m512d a, __mmask8 k) {
