@@ -11,35 +11,27 @@
 
 namespace zt {
 
+struct SBackgroundBlendSettings {
+    int32_t background, threshold;
+};
+
 namespace {
 constexpr const char16_t* kSetBackground = u"[0409]Set background[0405]Nastavit pozadí";
-
-const SConfigSchema& Schema() {
-    static const SConfigSchema schema = {
-        Simple(u"Background", u"[0409]Background[0405]Pozadí",
-               u"[0409]Typical background color for the image. Images will look best if used on similar "
-               u"backgrounds.[0405]Typická barva pozadí obrázku. Obrázek bude vypadat nejlépe na podobném pozadí.",
-               Long(0xFFFFFF)),
-        Ranged(u"Threshold", u"[0409]Alpha Threshold[0405]Práh průhlednosti",
-               u"[0409]Pixels more transparent than the given value (0-255) will be deleted.[0405]Pixely průhlednější "
-               u"než zadaná hodnota (0-255) budou smazány.",
-               Long(0), Long(0), Long(255), Long(1)),
-    };
-    return schema;
-}
 }  // namespace
 
-HRESULT CDocumentOperationRasterImageBackgroundBlend::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_BACKGROUNDBLEND, aName);
-}
-
-HRESULT CDocumentOperationRasterImageBackgroundBlend::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return ConfigFromSchema(aManager, Schema(), aConfig);
-}
-
-HRESULT CDocumentOperationRasterImageBackgroundBlend::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
-                                                                  IOperationContext*) {
-    return CanActivateOnRasterImage(aDocument);
+const CSchema<SBackgroundBlendSettings>& CDocumentOperationRasterImageBackgroundBlend::Schema() {
+    using S = SBackgroundBlendSettings;
+    static const CSchema<S> schema = {
+        Simple(u"Background", &S::background, u"[0409]Background[0405]Pozadí",
+               u"[0409]Typical background color for the image. Images will look best if used on similar "
+               u"backgrounds.[0405]Typická barva pozadí obrázku. Obrázek bude vypadat nejlépe na podobném pozadí.",
+               0xFFFFFF),
+        Ranged(u"Threshold", &S::threshold, u"[0409]Alpha Threshold[0405]Práh průhlednosti",
+               u"[0409]Pixels more transparent than the given value (0-255) will be deleted.[0405]Pixely průhlednější "
+               u"než zadaná hodnota (0-255) budou smazány.",
+               0, 0, 255, 1),
+    };
+    return schema;
 }
 
 HRESULT CDocumentOperationRasterImageBackgroundBlend::Activate(IOperationManager*, IDocument* aDocument,
@@ -49,11 +41,11 @@ HRESULT CDocumentOperationRasterImageBackgroundBlend::Activate(IOperationManager
         ComPtr<IDocumentRasterImage> image;
         if (aDocument) aDocument->QueryFeatureInterface(IDocumentRasterImage::iid, image.out());
         if (!image) return E_FAIL;
-        const int32_t threshold = ReadLong(aConfig, u"Threshold");
+        const SBackgroundBlendSettings settings = Schema().ReadSettings(aConfig);
+        const int32_t threshold = settings.threshold, background = settings.background;
         const SContent content = ReadContent(image);
         ComPtr<IGammaTableCache> cache = HostCreate<IGammaTableCache>(CLSID_GammaTableCache);
         const uint16_t* T = cache ? cache->GetSRGBTable() : nullptr;
-        const int32_t background = ReadLong(aConfig, u"Background");
         const CBackgroundBlendOp op = MakeBackgroundBlendOp(T, background, threshold);
 
         if (threshold == 0) {
@@ -77,7 +69,7 @@ HRESULT CDocumentOperationRasterImageBackgroundBlend::AdjustDirtyRect(IConfig* a
                                                                       TRasterImageRect* aRect) {
     return Guard([&] {
         if (!aConfig || !aRect) return S_OK;
-        if (ReadLong(aConfig, u"Threshold") == 0) *aRect = RECT_WHOLE_PLANE;
+        if (Schema().Read(aConfig, &SBackgroundBlendSettings::threshold) == 0) *aRect = RECT_WHOLE_PLANE;
         return S_OK;
     });
 }
@@ -86,7 +78,7 @@ HRESULT CDocumentOperationRasterImageBackgroundBlend::Name(IOperationManager*, I
                                                            ILocalizedString** aName) {
     return GuardOut(aName, [&] {
         if (!aConfig) return HandOut(MultiLanguage(kSetBackground), aName);
-        const uint32_t background = static_cast<uint32_t>(ReadLong(aConfig, u"Background"));
+        const uint32_t background = static_cast<uint32_t>(Schema().Read(aConfig, &SBackgroundBlendSettings::background));
         if (ComPtr<ILocalizedString> colorName = HostColorName(0xFF000000u | background))
             return HandOut(Printf(MultiLanguage(u"[0409]Set %s background[0405]Nastavit pozadí %s"), colorName),
                            aName);

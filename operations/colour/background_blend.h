@@ -3,22 +3,19 @@
 #pragma once
 
 #include "frame/operation_base.h"
+#include "operations/colour/colour_strings.h"
 
 namespace zt {
 
-class CDocumentOperationRasterImageBackgroundBlend : public IDocumentOperation,
-                                                   public CTrivialRasterImageFilter,
-                                                   public CConfigDescriptorImpl {
+struct SBackgroundBlendSettings;
+
+class CDocumentOperationRasterImageBackgroundBlend
+    : public COperation<CDocumentOperationRasterImageBackgroundBlend, IRasterImageFilter> {
 public:
     static constexpr CLSID classId = MakeGuid("bcd0fd69-a4bd-46b0-a7da-8b48f18e8820");
-    void* FindInterfaceImpl(const IID& aIID) {
-        return FindInterface<IDocumentOperation, IRasterImageFilter, IConfigDescriptor>(this, aIID);
-    }
+    static constexpr uint32_t nameId = IDS_NAME_BACKGROUNDBLEND;
+    static const CSchema<SBackgroundBlendSettings>& Schema();
 
-    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
-    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
-    HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
-                        IOperationContext* aContext) override;
     HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,
                      ZTHWND aParentWindow, uint32_t aLanguage) override;
     HRESULT Name(IOperationManager* aManager, IConfig* aConfig, ILocalizedString** aName) override;

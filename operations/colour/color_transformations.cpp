@@ -11,50 +11,45 @@
 
 namespace zt {
 
+struct SColorTransformationsSettings {
+    int32_t brightness, contrast;
+    float gamma;
+    int32_t saturation;
+};
+
 namespace {
 
 // A percentage of the name, computed wide so that settings far outside their ranges cannot
 // overflow, and held within 32 bits.
 int32_t Shown(int64_t aValue) { return int32_t(std::clamp<int64_t>(aValue, INT32_MIN, INT32_MAX)); }
-const SConfigSchema& Schema() {
-    static const SConfigSchema schema = {
-        Ranged(u"Brightness", u"[0409]Brightness[0405]Jas",
-               u"[0409]Brightness influences the luminance of the entire image by adding the given value to every "
-               u"pixel.[0405]Jas ovlivňuje světlost celého obrázku přičtením zadané hodnoty ke každému pixelu.",
-               Long(0), Long(-255), Long(255), Long(1)),
-        Ranged(u"Contrast", u"[0409]Contrast[0405]Kontrast",
-               u"[0409]Contrast controls the difference between darker and lighter areas of the image.[0405]Kontrast "
-               u"určuje rozdíl mezi tmavšími a světlejšími oblastmi obrázku.",
-               Long(100), Long(0), Long(200), Long(1)),
-        Simple(u"Gamma", u"[0409]Gamma[0405]Gama",
-               u"[0409]Apply gamma-correction to compensate for non-linear display properties.[0405]Použije korekci "
-               u"gama k vyrovnání nelineárních vlastností zobrazovacího zařízení.",
-               Float(1.0f)),
-        Ranged(u"Saturation", u"[0409]Saturation[0405]Sytost",
-               u"[0409]Saturation controls how intense are the colors. Lower the value to make the image more "
-               u"black-and-white and vice versa.[0405]Sytost určuje, jak výrazné jsou barvy. Nižší hodnota přibližuje "
-               u"obrázek černobílému a vyšší naopak.",
-               Long(100), Long(0), Long(200), Long(1)),
-    };
-    return schema;
-}
 
 bool Near(int32_t aValue) { return aValue >= 96 && aValue <= 104; }
 }  // namespace
 
-HRESULT CDocumentOperationRasterImageColorTransformations::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_COLORADJUST, aName);
+const CSchema<SColorTransformationsSettings>& CDocumentOperationRasterImageColorTransformations::Schema() {
+    using S = SColorTransformationsSettings;
+    static const CSchema<S> schema = {
+        Ranged(u"Brightness", &S::brightness, u"[0409]Brightness[0405]Jas",
+               u"[0409]Brightness influences the luminance of the entire image by adding the given value to every "
+               u"pixel.[0405]Jas ovlivňuje světlost celého obrázku přičtením zadané hodnoty ke každému pixelu.",
+               0, -255, 255, 1),
+        Ranged(u"Contrast", &S::contrast, u"[0409]Contrast[0405]Kontrast",
+               u"[0409]Contrast controls the difference between darker and lighter areas of the image.[0405]Kontrast "
+               u"určuje rozdíl mezi tmavšími a světlejšími oblastmi obrázku.",
+               100, 0, 200, 1),
+        Simple(u"Gamma", &S::gamma, u"[0409]Gamma[0405]Gama",
+               u"[0409]Apply gamma-correction to compensate for non-linear display properties.[0405]Použije korekci "
+               u"gama k vyrovnání nelineárních vlastností zobrazovacího zařízení.",
+               1.0f),
+        Ranged(u"Saturation", &S::saturation, u"[0409]Saturation[0405]Sytost",
+               u"[0409]Saturation controls how intense are the colors. Lower the value to make the image more "
+               u"black-and-white and vice versa.[0405]Sytost určuje, jak výrazné jsou barvy. Nižší hodnota přibližuje "
+               u"obrázek černobílému a vyšší naopak.",
+               100, 0, 200, 1),
+    };
+    return schema;
 }
 
-HRESULT CDocumentOperationRasterImageColorTransformations::ConfigCreate(IOperationManager* aManager,
-                                                                        IConfig** aConfig) {
-    return ConfigFromSchema(aManager, Schema(), aConfig);
-}
-
-HRESULT CDocumentOperationRasterImageColorTransformations::CanActivate(IOperationManager*, IDocument* aDocument,
-                                                                       IConfig*, IOperationContext*) {
-    return CanActivateOnRasterImage(aDocument);
-}
 
 HRESULT CDocumentOperationRasterImageColorTransformations::Activate(IOperationManager*, IDocument* aDocument,
                                                                     IConfig* aConfig, IOperationContext*, ZTHWND,
@@ -66,10 +61,7 @@ HRESULT CDocumentOperationRasterImageColorTransformations::Activate(IOperationMa
         if (!image) return E_NOINTERFACE;
         const SContent content = ReadContent(image);
         const TPixelChannel sourceDefault = ReadDefaultPixel(image);
-        const int32_t brightness = ReadLong(aConfig, u"Brightness");
-        const int32_t contrast = ReadLong(aConfig, u"Contrast");
-        const float gamma = ReadFloat(aConfig, u"Gamma");
-        const int32_t saturation = ReadLong(aConfig, u"Saturation");
+        const auto [brightness, contrast, gamma, saturation] = Schema().ReadSettings(aConfig);
 
         CAutoPixelBuffer buffer(image, content.size);
         const bool pool = PoolForAdjustments(content.size.nX, content.size.nY);
@@ -99,10 +91,7 @@ HRESULT CDocumentOperationRasterImageColorTransformations::Name(IOperationManage
             return HandOut(MultiLanguage(u"[0409]Adjust exposure[0405]Upravit expozici"), aName);
         };
         if (!aConfig) return exposure();
-        const int32_t B = ReadLong(aConfig, u"Brightness");
-        const int32_t C = ReadLong(aConfig, u"Contrast");
-        const float G = ReadFloat(aConfig, u"Gamma");
-        const int32_t S = ReadLong(aConfig, u"Saturation");
+        const auto [B, C, G, S] = Schema().ReadSettings(aConfig);
         const auto numbered = [&](bool aLess, const char16_t* aLessText, const char16_t* aMoreText, int32_t aNumber) {
             return HandOut(Printf(SimpleText(aLess ? u"%s (%i%%)" : u"%s (+%i%%)"),
                                   MultiLanguage(aLess ? aLessText : aMoreText), aNumber),

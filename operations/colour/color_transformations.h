@@ -2,22 +2,19 @@
 #pragma once
 
 #include "frame/operation_base.h"
+#include "operations/colour/colour_strings.h"
 
 namespace zt {
 
-class CDocumentOperationRasterImageColorTransformations : public IDocumentOperation,
-                                                        public CTrivialRasterImageFilter,
-                                                        public CConfigDescriptorImpl {
+struct SColorTransformationsSettings;
+
+class CDocumentOperationRasterImageColorTransformations
+    : public COperation<CDocumentOperationRasterImageColorTransformations, IRasterImageFilter> {
 public:
     static constexpr CLSID classId = MakeGuid("0daf0f19-0e19-4295-b648-8f7dce2e19a6");
-    void* FindInterfaceImpl(const IID& aIID) {
-        return FindInterface<IDocumentOperation, IRasterImageFilter, IConfigDescriptor>(this, aIID);
-    }
+    static constexpr uint32_t nameId = IDS_NAME_COLORADJUST;
+    static const CSchema<SColorTransformationsSettings>& Schema();
 
-    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
-    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
-    HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
-                        IOperationContext* aContext) override;
     HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,
                      ZTHWND aParentWindow, uint32_t aLanguage) override;
     HRESULT Name(IOperationManager* aManager, IConfig* aConfig, ILocalizedString** aName) override;

@@ -9,34 +9,27 @@
 
 namespace zt {
 
+struct SColorizeSettings {
+    int32_t mode;
+    float hue, saturation;
+};
+
 namespace {
 constexpr const char16_t* kColorize = u"[0409]Colorize[0405]Obarvit";
-
-const SConfigSchema& Schema() {
-    static const SConfigSchema schema = {
-        PickOne(u"Mode", u"[0409]Mode[0405]Režim", nullptr, Long(0),
-                {{Long(0), u"[0409]Replace hue and saturation[0405]Nahradit odstín a sytost"},
-                 {Long(1), u"[0409]Replace hue, preserve saturation[0405]Nahradit odstín, zachovat sytost"}}),
-        Simple(u"Hue", u"[0409]Hue[0405]Odstín",
-               u"[0409]Hue of the colorized image.[0405]Odstín obarveného obrázku.", Float(0.0f)),
-        Simple(u"Saturation", u"[0409]Saturation[0405]Sytost",
-               u"[0409]Saturation of the colorized image.[0405]Sytost obarveného obrázku.", Float(1.0f)),
-    };
-    return schema;
-}
 }  // namespace
 
-HRESULT CDocumentOperationRasterImageColorize::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_COLORIZE, aName);
-}
-
-HRESULT CDocumentOperationRasterImageColorize::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return ConfigFromSchema(aManager, Schema(), aConfig);
-}
-
-HRESULT CDocumentOperationRasterImageColorize::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
-                                                           IOperationContext*) {
-    return CanActivateOnRasterImage(aDocument);
+const CSchema<SColorizeSettings>& CDocumentOperationRasterImageColorize::Schema() {
+    using S = SColorizeSettings;
+    static const CSchema<S> schema = {
+        PickOne(u"Mode", &S::mode, u"[0409]Mode[0405]Režim", nullptr, 0,
+                {{0, "replace", u"[0409]Replace hue and saturation[0405]Nahradit odstín a sytost"},
+                 {1, "keep-saturation", u"[0409]Replace hue, preserve saturation[0405]Nahradit odstín, zachovat sytost"}}),
+        Simple(u"Hue", &S::hue, u"[0409]Hue[0405]Odstín",
+               u"[0409]Hue of the colorized image.[0405]Odstín obarveného obrázku.", 0.0f),
+        Simple(u"Saturation", &S::saturation, u"[0409]Saturation[0405]Sytost",
+               u"[0409]Saturation of the colorized image.[0405]Sytost obarveného obrázku.", 1.0f),
+    };
+    return schema;
 }
 
 HRESULT CDocumentOperationRasterImageColorize::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
@@ -49,13 +42,9 @@ HRESULT CDocumentOperationRasterImageColorize::Activate(IOperationManager*, IDoc
         const SContent content = ReadContent(image);
         const TPixelChannel sourceDefault = ReadDefaultPixel(image);
 
-        CConfigValue mode, hue, saturation;
-        ReadItem(aConfig, u"Mode", mode);
-        ReadItem(aConfig, u"Hue", hue);
-        ReadItem(aConfig, u"Saturation", saturation);
-        const float s = ColorizeSaturation(saturation.AsFloat());
+        const SColorizeSettings settings = Schema().ReadSettings(aConfig);
         uint32_t table[256];
-        BuildColorizeTable(hue.AsFloat(), s, table);
+        BuildColorizeTable(settings.hue, ColorizeSaturation(settings.saturation), table);
         // The default pixel takes the plain table colour in both modes, so the area outside
         // the content matches a transparent pixel inside it.
         const TPixelChannel newDefault = ColorizePixel(table, sourceDefault);
@@ -63,7 +52,7 @@ HRESULT CDocumentOperationRasterImageColorize::Activate(IOperationManager*, IDoc
         CAutoPixelBuffer buffer(image, content.size);
         const bool pool = PoolForPixels(content.size.nX, content.size.nY);
         std::atomic<uint64_t> alphaTotal{0};
-        if (mode.AsLong() == 1)
+        if (settings.mode == 1)
             RunPixelOp(image, content, buffer.Data(), CColorizeKeepSatOp{table, &alphaTotal}, pool);
         else
             RunPixelOp(image, content, buffer.Data(), CColorizeOp{table, &alphaTotal}, pool);
@@ -75,9 +64,9 @@ HRESULT CDocumentOperationRasterImageColorize::Activate(IOperationManager*, IDoc
 HRESULT CDocumentOperationRasterImageColorize::Name(IOperationManager*, IConfig* aConfig, ILocalizedString** aName) {
     return GuardOut(aName, [&] {
         if (!aConfig) return HandOut(MultiLanguage(kColorize), aName);
-        const float saturation = ReadFloat(aConfig, u"Saturation");
+        const float saturation = Schema().Read(aConfig, &SColorizeSettings::saturation);
         if (saturation == 0.0f) return HandOut(MultiLanguage(u"[0409]Desaturate[0405]Odbarvit"), aName);
-        const float hue = ReadFloat(aConfig, u"Hue");
+        const float hue = Schema().Read(aConfig, &SColorizeSettings::hue);
         const SRGBf rgb = HLSToRGB(hue, 0.5f, saturation);
         const uint32_t color = 0xFF000000u | uint32_t(FloatToSRGB8(rgb.b)) << 16 | uint32_t(FloatToSRGB8(rgb.g)) << 8 |
                                FloatToSRGB8(rgb.r);

@@ -13,19 +13,12 @@
 
 namespace zt {
 
-namespace {
-const SConfigSchema& Schema() {
-    static const SConfigSchema schema = {
-        Simple(u"Colors", u"[0409]Colors[0405]Barvy",
-               u"[0409]Maximum number of colors in the image.[0405]Největší počet barev v obrázku.", Long(100)),
-        Simple(u"Dither", u"[0409]Dithering[0405]Rozptyl",
-               u"[0409]Dithering method used when convering image to paletized format.[0405]Metoda rozptylu "
-               u"použitá při převodu obrázku na paletový formát.",
-               Bool(true)),
-    };
-    return schema;
-}
+struct SReduceColorsSettings {
+    int32_t colors;
+    bool dither;
+};
 
+namespace {
 // Counts a palette: the end of the furthest range it is told of.
 class CEnumItemCounter final : public CStackUnknown<IEnum2UInts> {
 public:
@@ -40,25 +33,24 @@ public:
 constexpr int32_t kLeastColors = 8;
 }  // namespace
 
-HRESULT CDocumentOperationRasterImageReduceColors::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_REDUCECOLORS, aName);
-}
-
-HRESULT CDocumentOperationRasterImageReduceColors::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return ConfigFromSchema(aManager, Schema(), aConfig);
-}
-
-HRESULT CDocumentOperationRasterImageReduceColors::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
-                                                               IOperationContext*) {
-    return CanActivateOnRasterImage(aDocument);
+const CSchema<SReduceColorsSettings>& CDocumentOperationRasterImageReduceColors::Schema() {
+    using S = SReduceColorsSettings;
+    static const CSchema<S> schema = {
+        Simple(u"Colors", &S::colors, u"[0409]Colors[0405]Barvy",
+               u"[0409]Maximum number of colors in the image.[0405]Největší počet barev v obrázku.", 100),
+        Simple(u"Dither", &S::dither, u"[0409]Dithering[0405]Rozptyl",
+               u"[0409]Dithering method used when convering image to paletized format.[0405]Metoda rozptylu "
+               u"použitá při převodu obrázku na paletový formát.",
+               true),
+    };
+    return schema;
 }
 
 HRESULT CDocumentOperationRasterImageReduceColors::Activate(IOperationManager*, IDocument* aDocument,
                                                             IConfig* aConfig, IOperationContext*, ZTHWND, uint32_t) {
     return Guard([&]() -> HRESULT {
-        const int32_t colors = ReadLong(aConfig, u"Colors");
-        const uint32_t limit = uint32_t(colors < kLeastColors ? kLeastColors : colors);
-        const bool dither = ReadBool(aConfig, u"Dither");
+        const SReduceColorsSettings s = Schema().ReadSettings(aConfig);
+        const uint32_t limit = uint32_t(s.colors < kLeastColors ? kLeastColors : s.colors);
         ComPtr<IDocumentRasterImage> image;
         if (aDocument) aDocument->QueryFeatureInterface(IDocumentRasterImage::iid, image.out());
         if (!image) return E_FAIL;
@@ -67,7 +59,7 @@ HRESULT CDocumentOperationRasterImageReduceColors::Activate(IOperationManager*, 
         ComPtr<IColorQuantizer> quantizer = HostCreate<IColorQuantizer>(CLSID_ColorQuantizer);
         if (!quantizer) return E_POINTER;  // the host has no quantiser: the next call has no object
         const TPixelChannel* palette = nullptr;
-        HRESULT hr = quantizer->Init(limit, dither ? QUANTIZER_DITHER_DIFFUSION : QUANTIZER_DITHER_NONE, 0, 0,
+        HRESULT hr = quantizer->Init(limit, s.dither ? QUANTIZER_DITHER_DIFFUSION : QUANTIZER_DITHER_NONE, 0, 0,
                                      &palette);
         if (FAILED(hr)) return hr;
         image->Inspect(CHANNEL_COLOR, &content.origin, &content.size, quantizer, nullptr, ACCESS_MODE);
@@ -92,7 +84,7 @@ HRESULT CDocumentOperationRasterImageReduceColors::Name(IOperationManager*, ICon
                                                         ILocalizedString** aName) {
     return GuardOut(aName, [&] {
         if (!aConfig) return HandOut(MultiLanguage(u"[0409]Reduce colors[0405]Snížit počet barev"), aName);
-        const int32_t colors = ReadLong(aConfig, u"Colors");
+        const int32_t colors = Schema().Read(aConfig, &SReduceColorsSettings::colors);
         return HandOut(Printf(MultiLanguage(u"[0409]Reduce to %i colors[0405]Snížit na %i barev"), nullptr, colors),
                        aName);
     });
