@@ -8,6 +8,7 @@
 #include <cmath>
 #include <condition_variable>
 #include <cstdio>
+#include <cctype>
 #include <cstring>
 #include <mutex>
 #include <string>
@@ -38,7 +39,8 @@ const char* kHelpEnglish =
     "\n"
     "OPERATION is a short name such as ShiftHue (case-insensitive) or a class id.\n"
     "Options of apply:\n"
-    "  --set KEY=VALUE     sets a setting; nested keys with / (Operation/Angle=40)\n"
+    "  --set KEY=VALUE     sets a setting; nested keys with / (Operation/Angle=40); an option by its\n"
+    "                      number or its name (Method=3 or Method=gaussian, see describe)\n"
     "  --threads N         number of worker threads (default: all hardware threads)\n"
     "  --canvas W,H        canvas size (default: the image size)\n"
     "  --origin X,Y        where the image stands on the canvas (default 0,0)\n"
@@ -68,7 +70,8 @@ const char* kHelpCzech =
     "\n"
     "OPERACE je krátké jméno, například ShiftHue (na velikosti písmen nezáleží), nebo id třídy.\n"
     "Volby příkazu apply:\n"
-    "  --set KLÍČ=HODNOTA  nastaví hodnotu; vnořené klíče s / (Operation/Angle=40)\n"
+    "  --set KLÍČ=HODNOTA  nastaví hodnotu; vnořené klíče s / (Operation/Angle=40); možnost číslem\n"
+    "                      nebo jménem (Method=3 nebo Method=gaussian, viz describe)\n"
     "  --threads N         počet pracovních vláken (výchozí: všechna vlákna procesoru)\n"
     "  --canvas Š,V        velikost plátna (výchozí: velikost obrázku)\n"
     "  --origin X,Y        kde obrázek leží na plátně (výchozí 0,0)\n"
@@ -143,6 +146,76 @@ std::string CategoryName(const GUID& aId) {
     for (const auto& n : names)
         if (*n.id == aId) return n.name;
     return GuidToString(aId);
+}
+
+std::string ValueText(const TConfigValue& aValue);
+
+// A configuration value read through an interface, cleared when it goes.
+struct SValue {
+    TConfigValue v = ConfigValueEmpty();
+    SValue() = default;
+    SValue(const SValue&) = delete;
+    SValue& operator=(const SValue&) = delete;
+    ~SValue() { ConfigValueClear(v); }
+};
+
+// The option nicknames of an operation class, or null when it answers none.
+ComPtr<IOperationSchema> SchemaOf(const CLSID& aClass) {
+    ComPtr<IDocumentOperation> op;
+    zthost::CreateInstance(aClass, IDocumentOperation::iid, op.out());
+    return op ? ComPtr<IOperationSchema>::query(op.get()) : nullptr;
+}
+
+// The class a nested key's item belongs to: the class for a plain key, else the class that
+// the item above it selects (Operation/Method: the operation stored in "Operation").
+CLSID OwnerOf(const CLSID& aClass, IConfig* aConfig, const std::string& aKey, std::string* aItem) {
+    const size_t slash = aKey.rfind('/');
+    *aItem = aKey.substr(slash == std::string::npos ? 0 : slash + 1);
+    if (slash == std::string::npos) return aClass;
+    SValue selected;
+    CZTStr parent(Utf8ToUtf16(aKey.substr(0, slash)));
+    if (FAILED(aConfig->ItemValueGet(parent, &selected.v)) || selected.v.eTypeID != ECVTGUID) return CLSID{};
+    return selected.v.guidVal;
+}
+
+// The nickname of an option of item aKey, or "".
+std::string NicknameOf(IOperationSchema* aSchema, const std::u16string& aKey, const TConfigValue& aValue) {
+    if (!aSchema) return {};
+    CZTStr key(aKey), nickname;
+    if (aSchema->OptionNickname(key, &aValue, nickname.out()) != S_OK) return {};
+    return Utf16ToUtf8(ZTStrView(nickname.get()));
+}
+
+// A nickname of a pick-one option (Method=gaussian) as the text of its value; the text itself
+// when the item's operation knows no such nickname.
+std::string OptionValueText(const CLSID& aClass, IConfig* aConfig, const std::string& aKey, const std::string& aValue) {
+    std::string item;
+    const CLSID owner = OwnerOf(aClass, aConfig, aKey, &item);
+    ComPtr<IOperationSchema> schema = SchemaOf(owner);
+    if (!schema || aValue.empty()) return aValue;
+    CZTStr key(Utf8ToUtf16(item)), nickname(Utf8ToUtf16(aValue));
+    SValue value;
+    if (schema->OptionByNickname(key, nickname, &value.v) == S_OK) return zthost::ConfigValueToString(value.v);
+    // A word where a pick-one item with nicknames wants its option: say which ones there are.
+    if (!std::isalpha(static_cast<unsigned char>(aValue[0]))) return aValue;
+    ComPtr<IConfig> items(aConfig);
+    if (const size_t slash = aKey.rfind('/'); slash != std::string::npos) {
+        CZTStr parent(Utf8ToUtf16(aKey.substr(0, slash)));
+        items = nullptr;
+        aConfig->SubConfigGet(parent, items.out());
+    }
+    if (!items) return aValue;
+    for (const zthost::ConfigItemInfo& info : zthost::DescribeConfig(items)) {
+        if (Utf16ToUtf8(info.key) != item || info.kind != zthost::ConfigItemKind::pickOne) continue;
+        std::string options;
+        for (const zthost::ConfigOption* o : info.options) {
+            const std::string nick = NicknameOf(schema, info.key, o->value);
+            options += (options.empty() ? "" : ", ") + ValueText(o->value) + (nick.empty() ? "" : " " + nick);
+        }
+        Usage("--set: " + T("key ", "klíč ") + Quote(aKey) + ": " + Quote(aValue) +
+              T(" is none of its options: ", " není žádná z jeho možností: ") + options);
+    }
+    return aValue;
 }
 
 // ------------------------------------------------------------ list
@@ -225,7 +298,15 @@ std::string ConditionsJson(const std::vector<TConfigOptionCondition>& aCondition
     return s + "]";
 }
 
-void DescribeText(IConfig* aConfig, const std::string& aIndent) {
+// The nicknames of the operation that item aKey of aConfig selects.
+ComPtr<IOperationSchema> SelectedSchema(IConfig* aConfig, const std::u16string& aKey) {
+    SValue selected;
+    CZTStr key(aKey);
+    if (FAILED(aConfig->ItemValueGet(key, &selected.v)) || selected.v.eTypeID != ECVTGUID) return nullptr;
+    return SchemaOf(selected.v.guidVal);
+}
+
+void DescribeText(IConfig* aConfig, IOperationSchema* aSchema, const std::string& aIndent) {
     for (const zthost::ConfigItemInfo& item : zthost::DescribeConfig(aConfig)) {
         const std::string key = Utf16ToUtf8(item.key);
         std::printf("%s%s  (%s, %s)  %s %s\n", aIndent.c_str(), key.c_str(), KindName(item.kind),
@@ -240,6 +321,8 @@ void DescribeText(IConfig* aConfig, const std::string& aIndent) {
         for (const zthost::ConfigOption* option : item.options) {
             std::printf("%s    = %s  %s", aIndent.c_str(), ValueText(option->value).c_str(),
                         Text(option->name).c_str());
+            const std::string nickname = NicknameOf(aSchema, item.key, option->value);
+            if (!nickname.empty()) std::printf("  [%s]", nickname.c_str());
             if (!option->conditions.empty())
                 std::printf("  (%s %s)", T("when", "když").c_str(), ConditionsText(option->conditions).c_str());
             std::printf("\n");
@@ -250,12 +333,13 @@ void DescribeText(IConfig* aConfig, const std::string& aIndent) {
         if (item.kind == zthost::ConfigItemKind::operation) {
             ComPtr<IConfig> sub;
             CZTStr subKey(item.key);
-            if (SUCCEEDED(aConfig->SubConfigGet(subKey, sub.out())) && sub) DescribeText(sub, aIndent + "    " + key + "/");
+            if (SUCCEEDED(aConfig->SubConfigGet(subKey, sub.out())) && sub)
+                DescribeText(sub, SelectedSchema(aConfig, item.key), aIndent + "    " + key + "/");
         }
     }
 }
 
-std::string DescribeJson(IConfig* aConfig) {
+std::string DescribeJson(IConfig* aConfig, IOperationSchema* aSchema) {
     std::string s = "[";
     for (const zthost::ConfigItemInfo& item : zthost::DescribeConfig(aConfig)) {
         if (s.size() > 1) s += ",";
@@ -271,8 +355,9 @@ std::string DescribeJson(IConfig* aConfig) {
             for (size_t i = 0; i < item.options.size(); ++i) {
                 const zthost::ConfigOption* o = item.options[i];
                 s += std::string(i ? "," : "") + "{\"value\":" + JsonString(ValueText(o->value)) +
-                     ",\"label\":" + JsonString(Text(o->name)) + ",\"conditions\":" + ConditionsJson(o->conditions) +
-                     "}";
+                     ",\"label\":" + JsonString(Text(o->name)) + ",\"conditions\":" + ConditionsJson(o->conditions);
+                const std::string nickname = NicknameOf(aSchema, item.key, o->value);
+                s += ",\"nickname\":" + (nickname.empty() ? std::string("null") : JsonString(nickname)) + "}";
             }
             s += "]";
         }
@@ -280,7 +365,8 @@ std::string DescribeJson(IConfig* aConfig) {
         if (item.kind == zthost::ConfigItemKind::operation) {
             ComPtr<IConfig> sub;
             CZTStr subKey(item.key);
-            if (SUCCEEDED(aConfig->SubConfigGet(subKey, sub.out())) && sub) s += ",\"items\":" + DescribeJson(sub);
+            if (SUCCEEDED(aConfig->SubConfigGet(subKey, sub.out())) && sub)
+                s += ",\"items\":" + DescribeJson(sub, SelectedSchema(aConfig, item.key));
         }
         s += "}";
     }
@@ -301,11 +387,11 @@ int Describe(const std::string& aOperation, bool aJson) {
         std::printf("{\"operation\":%s,\"class\":%s,\"className\":%s,\"name\":%s,\"items\":%s}\n",
                     JsonString(shortName).c_str(), JsonString(GuidToString(id)).c_str(),
                     JsonString(zthost::ClassNameOf(id)).c_str(), JsonString(Text(name)).c_str(),
-                    DescribeJson(config).c_str());
+                    DescribeJson(config, SchemaOf(id)).c_str());
     } else {
         std::printf("%s  %s  {%s}\n%s\n\n", shortName.c_str(), zthost::ClassNameOf(id).c_str(),
                     GuidToString(id).c_str(), Text(name).c_str());
-        DescribeText(config, "  ");
+        DescribeText(config, SchemaOf(id), "  ");
     }
     return kExitOk;
 }
@@ -540,6 +626,12 @@ void PrintInfo(HRESULT aResult, IDocument* aDocument) {
                 dpi(res.nNumeratorX, res.nDenominatorX), dpi(res.nNumeratorY, res.nDenominatorY));
 }
 
+// The result code, and the reason the run left with the host where it left one.
+std::string FailureText(HRESULT aResult) {
+    const std::string reason = zthost::TakeFailureReason(aResult);
+    return ResultText(aResult) + (reason.empty() ? "" : ": " + reason);
+}
+
 // A layered image from INPUT and the --layer files, written per layer or flattened.
 int ApplyLayered(const ApplyOptions& o, IDocumentOperation* aOp, const std::string& aName, IConfig* aConfig) {
     std::vector<LayerOption> all = o.layers;
@@ -552,8 +644,9 @@ int ApplyLayered(const ApplyOptions& o, IDocumentOperation* aOp, const std::stri
     if (hr != S_OK)
         Failed(aName + T(" cannot run on a layered image (CanActivate answered ",
                          " nemůže běžet na vrstveném obrázku (CanActivate odpovědělo ") + ResultText(hr) + ")");
+    zthost::ForgetFailureReason();
     hr = aOp->Activate(manager, in.document, aConfig, context, nullptr, Language());
-    if (FAILED(hr)) Failed(aName + T(" failed: ", " selhala: ") + ResultText(hr));
+    if (FAILED(hr)) Failed(aName + T(" failed: ", " selhala: ") + FailureText(hr));
     WriteLayers(o.output, in.layers, o.flatten, o.contentRegion);
     std::printf("%s -> %s\n", aName.c_str(), o.output.c_str());
     return kExitOk;
@@ -576,7 +669,8 @@ int Apply(const std::vector<std::string>& aArgs) {
     if (!config) Failed(shortName + T(": ConfigCreate failed: ", ": ConfigCreate selhalo: ") + ResultText(hr));
     for (const auto& [key, value] : o.sets) {
         std::string error;
-        if (FAILED(zthost::ConfigSetFromString(config, key, value, &error))) Usage("--set: " + error);
+        if (FAILED(zthost::ConfigSetFromString(config, key, OptionValueText(id, config, key, value), &error)))
+            Usage("--set: " + error);
     }
 
     if (!o.layers.empty()) return ApplyLayered(o, op, shortName, config);
@@ -602,6 +696,7 @@ int Apply(const std::vector<std::string>& aArgs) {
             if (o.repeat) document = zthost::CopyRasterDocument(source);
             if (!document) Failed(T("there is not enough memory for the document", "na dokument není dost paměti"));
             const auto start = std::chrono::steady_clock::now();
+            zthost::ForgetFailureReason();
             hr = op->Activate(manager, document, config, context, nullptr, Language());
             times.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
             if (FAILED(hr)) break;
@@ -609,7 +704,7 @@ int Apply(const std::vector<std::string>& aArgs) {
     }
     if (FAILED(hr)) {
         if (o.info) PrintInfo(hr, document);
-        Failed(shortName + T(" failed: ", " selhala: ") + ResultText(hr));
+        Failed(shortName + T(" failed: ", " selhala: ") + FailureText(hr));
     }
 
     ComPtr<IConfigDescriptor> descriptor = ComPtr<IConfigDescriptor>::query(op.get());
