@@ -866,10 +866,3 @@ private:
     SLinearDoubles doubles_;
     TWidePixel* wide_ = nullptr;
 };
-
-// This form's two blurs, so that a caller can pick a form as a type.
-struct SForm {
-    template <class Kernel>
-    using Streamed = CStreamedBlur<Kernel>;
-    using Recursive = CRecursiveTwoAxisBlur;
-};
