@@ -40,6 +40,19 @@ HRESULT Guard(F&& aBody) noexcept {
     }
 }
 
+// Runs of an operation: no memory is E_OUTOFMEMORY (a large image is not a bug), any
+// other exception E_UNEXPECTED.
+template <class F>
+HRESULT GuardRun(F&& aBody) noexcept {
+    try {
+        return aBody();
+    } catch (const std::bad_alloc&) {
+        return FailFromException(E_OUTOFMEMORY);
+    } catch (...) {
+        return FailFromException(E_UNEXPECTED);
+    }
+}
+
 // The out-pointer family (NameGet, Name, PreviewIcon, text): a null out pointer is
 // E_POINTER, the out pointer is cleared first, exceptions become E_UNEXPECTED.
 template <class T, class F>

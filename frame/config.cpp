@@ -133,11 +133,15 @@ ComPtr<IConfig> BuildConfig(IOperationManager* aManager, const SConfigSchema& aS
                 builder->ItemInsSimple(key, name, help, &def.v, nullptr, conditions.Count(), conditions.Data());
                 break;
             }
-            case ESchemaKind::operation:
-                if (!aManager) throw CHResultException{E_POINTER};
-                ThrowIfFailed(aManager->InsertIntoConfigAs(aManager, builder, key, name, help, conditions.Count(),
-                                                           conditions.Data()));
+            case ESchemaKind::operation: {
+                // Without a manager of the caller's, the host's own lists the operations.
+                ComPtr<IOperationManager> manager =
+                    aManager ? ComPtr<IOperationManager>(aManager) : HostCreate<IOperationManager>(CLSID_OperationManager);
+                if (!manager) throw CHResultException{E_POINTER};
+                ThrowIfFailed(manager->InsertIntoConfigAs(manager, builder, key, name, help, conditions.Count(),
+                                                          conditions.Data()));
                 break;
+            }
         }
     }
     ThrowIfFailed(builder->Finalize(aGUI));

@@ -48,6 +48,26 @@ inline HRESULT CanActivateOnRasterImage(IDocument* aDocument) {
     return image ? S_OK : S_FALSE;
 }
 
+// Holds a document's write lock for a scope, however the scope is left.
+class CWriteBlock {
+public:
+    explicit CWriteBlock(IBlockOperations* aDocument) : document_(aDocument) {}
+    CWriteBlock(const CWriteBlock&) = delete;
+    CWriteBlock& operator=(const CWriteBlock&) = delete;
+    HRESULT Begin() {
+        const HRESULT hr = document_->WriteLock();
+        locked_ = SUCCEEDED(hr);
+        return hr;
+    }
+    ~CWriteBlock() {
+        if (locked_) document_->WriteUnlock();
+    }
+
+private:
+    IBlockOperations* document_;
+    bool locked_ = false;
+};
+
 // The interfaces an operation answers besides IDocumentOperation, IConfigDescriptor and
 // IOperationSchema; IRasterImageFilter comes with the answers of a pixel-local operation,
 // which the operation overrides where it has more to say.

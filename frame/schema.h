@@ -165,11 +165,17 @@ public:
         Check();
     }
 
-    // Every setting of the schema, read in table order.
-    S ReadSettings(IConfig* aConfig) const {
+    // The named settings (all of them, in table order, when none are named); the others keep
+    // their zero value. A run that reads an item only on some path names what it reads.
+    template <class... T>
+    S ReadSettings(IConfig* aConfig, T S::*... aFields) const {
         S settings{};
-        for (size_t i = 0; i < items_.size(); ++i)
-            std::visit([&](auto aField) { ReadValue(aConfig, items_[i].key, settings.*aField); }, fields_[i]);
+        if constexpr (sizeof...(aFields) == 0) {
+            for (size_t i = 0; i < items_.size(); ++i)
+                std::visit([&](auto aField) { ReadValue(aConfig, items_[i].key, settings.*aField); }, fields_[i]);
+        } else {
+            (ReadValue(aConfig, KeyOf(aFields), settings.*aFields), ...);
+        }
         return settings;
     }
 

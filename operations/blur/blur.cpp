@@ -287,13 +287,7 @@ const CSchema<SBlurSettings>& CDocumentOperationRasterImageBlur::Schema() {
 
 HRESULT CDocumentOperationRasterImageBlur::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
                                                     IOperationContext*, ZTHWND, uint32_t) {
-    return Guard([&] {
-        try {
-            return ActivateBlur(aDocument, Schema().ReadSettings(aConfig));
-        } catch (const std::bad_alloc&) {
-            return E_OUTOFMEMORY;
-        }
-    });
+    return GuardRun([&] { return ActivateBlur(aDocument, Schema().ReadSettings(aConfig)); });
 }
 
 HRESULT CDocumentOperationRasterImageBlur::Transform(IConfig* aConfig, const TImageSize*, const TMatrix3x3f* aMatrix) {

@@ -10,15 +10,20 @@
 
 namespace zt {
 
-namespace {
-const SConfigSchema& Schema() {
-    static const SConfigSchema schema = {
-        Ranged(u"Strength", u"[0409]Strength[0405]Síla",
+struct SFadeSettings {
+    float strength;
+    SNestedOperation operation;
+};
+
+const CSchema<SFadeSettings>& CDocumentOperationRasterImageFade::Schema() {
+    using S = SFadeSettings;
+    static const CSchema<S> schema = {
+        Ranged(u"Strength", &S::strength, u"[0409]Strength[0405]Síla",
                u"[0409]Strength parameter controls strength of the applied effect. Strength of 1 indicates normal "
                u"effect strength.[0405]Parametr síla určuje sílu použitého efektu. Síla 1 odpovídá běžné síle "
                u"efektu.",
-               Float(0.5f), Float(-5.0f), Float(5.0f), Float(0.05f)),
-        NestedOperation(u"Operation", u"[0409]Operation[0405]Operace",
+               0.5f, -5.0f, 5.0f, 0.05f),
+        NestedOperation(u"Operation", &S::operation, u"[0409]Operation[0405]Operace",
                         u"[0409]Operation whose strength is being adjusted. It must be an operation working with "
                         u"raster images.[0405]Operace, jejíž síla se upravuje. Musí to být operace pracující "
                         u"s rastrovými obrázky."),
@@ -26,6 +31,7 @@ const SConfigSchema& Schema() {
     return schema;
 }
 
+namespace {
 // The inner operation's filter and its configuration; the filter is null when the inner
 // operation has none. A missing or mistyped "Operation" throws.
 struct SInnerFilter {
@@ -33,52 +39,28 @@ struct SInnerFilter {
     ComPtr<IConfig> config;
 };
 SInnerFilter InnerFilter(IConfig* aConfig) {
-    SInnerFilter inner;
-    const GUID id = ReadGUID(aConfig, u"Operation");
-    inner.filter = HostCreate<IRasterImageFilter>(id);
-    aConfig->SubConfigGet(u"Operation", inner.config.out());
-    return inner;
+    SNestedOperation operation =
+        CDocumentOperationRasterImageFade::Schema().Read(aConfig, &SFadeSettings::operation);
+    return {HostCreate<IRasterImageFilter>(operation.id.AsGUID()), std::move(operation.config)};
 }
 }  // namespace
-
-HRESULT CDocumentOperationRasterImageFade::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_FADE, aName);
-}
-
-HRESULT CDocumentOperationRasterImageFade::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return GuardOut(aConfig, [&] {
-        ComPtr<IOperationManager> manager = aManager ? ComPtr<IOperationManager>(aManager)
-                                                     : HostCreate<IOperationManager>(CLSID_OperationManager);
-        *aConfig = BuildConfig(manager, Schema(), nullptr).detach();
-        return S_OK;
-    });
-}
-
-HRESULT CDocumentOperationRasterImageFade::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
-                                                       IOperationContext*) {
-    return CanActivateOnRasterImage(aDocument);
-}
 
 HRESULT CDocumentOperationRasterImageFade::Activate(IOperationManager* aManager, IDocument* aDocument,
                                                     IConfig* aConfig, IOperationContext* aContext,
                                                     ZTHWND aParentWindow, uint32_t aLanguage) {
     return Guard([&]() -> HRESULT {
-        ComPtr<IDocumentRasterImage> image;
-        if (aDocument) aDocument->QueryFeatureInterface(IDocumentRasterImage::iid, image.out());
+        ComPtr<IDocumentRasterImage> image = RasterImageOf(aDocument);
         if (!image) return E_FAIL;
-        CConfigValue strength, operation;
-        ReadItem(aConfig, u"Strength", strength);
-        ReadItem(aConfig, u"Operation", operation);
-        ComPtr<IConfig> subConfig;
-        if (aConfig) aConfig->SubConfigGet(u"Operation", subConfig.out());
-        const int32_t f = FadeFactor(strength.AsFloat());
+        const SFadeSettings settings = Schema().ReadSettings(aConfig);
+        const int32_t f = FadeFactor(settings.strength);
         ComPtr<IGammaTableCache> gamma = HostCreate<IGammaTableCache>(CLSID_GammaTableCache);
         if (!gamma) return E_FAIL;
         ComPtr<IDocument> wrapper = CFadeDocument::Create(aDocument, image, gamma, f);
         ComPtr<IOperationManager> manager = aManager ? ComPtr<IOperationManager>(aManager)
                                                      : HostCreate<IOperationManager>(CLSID_OperationManager);
         if (!manager) return E_FAIL;
-        return manager->Activate(manager, wrapper, &operation.Raw(), subConfig, aContext, aParentWindow, aLanguage);
+        return manager->Activate(manager, wrapper, &settings.operation.id.Raw(), settings.operation.config, aContext,
+                                 aParentWindow, aLanguage);
     });
 }
 
@@ -108,10 +90,6 @@ HRESULT CDocumentOperationRasterImageFade::NeededToCompute(IConfig* aConfig, con
     });
 }
 
-HRESULT CDocumentOperationRasterImageFade::CopyTransformed(IDocument*, IConfig*, IDocumentBase*, const char16_t*) {
-    return E_NOTIMPL;
-}
-
 HRESULT CDocumentOperationRasterImageFade::GetTransform(IConfig* aConfig, const TImageSize* aCanvas,
                                                         TMatrix3x3f* aMatrix) {
     return Guard([&] {
@@ -124,13 +102,11 @@ HRESULT CDocumentOperationRasterImageFade::Name(IOperationManager* aManager, ICo
                                                 ILocalizedString** aName) {
     return GuardOut(aName, [&] {
         if (!aConfig) return HandOut(MultiLanguage(u"[0409]Fade effect[0405]Zeslabení efektu"), aName);
-        ComPtr<IConfig> subConfig;
-        aConfig->SubConfigGet(u"Operation", subConfig.out());
-        const GUID id = ReadGUID(aConfig, u"Operation");
+        const SNestedOperation nested = Schema().Read(aConfig, &SFadeSettings::operation);
         ComPtr<ILocalizedString> inner;
-        if (ComPtr<IDocumentOperation> operation = HostCreate<IDocumentOperation>(id)) {
+        if (ComPtr<IDocumentOperation> operation = HostCreate<IDocumentOperation>(nested.id.AsGUID())) {
             if (ComPtr<IConfigDescriptor> descriptor = ComPtr<IConfigDescriptor>::query(operation.get()))
-                descriptor->Name(aManager, subConfig, inner.out());
+                descriptor->Name(aManager, nested.config, inner.out());
             if (!inner) operation->NameGet(aManager, inner.out());
         }
         const ComPtr<ILocalizedString> fade = MultiLanguage(u"[0409]Fade[0405]Zeslabení");

@@ -3,22 +3,19 @@
 #pragma once
 
 #include "frame/operation_base.h"
+#include "operations/colour/colour_strings.h"
 
 namespace zt {
 
-class CDocumentOperationRasterImageFade : public IDocumentOperation,
-                                          public IRasterImageFilter,
-                                          public CConfigDescriptorImpl {
+struct SFadeSettings;
+
+class CDocumentOperationRasterImageFade
+    : public COperation<CDocumentOperationRasterImageFade, IRasterImageFilter> {
 public:
     static constexpr CLSID classId = MakeGuid("e22803b2-143b-45d6-812c-ed1472b10460");
-    void* FindInterfaceImpl(const IID& aIID) {
-        return FindInterface<IDocumentOperation, IRasterImageFilter, IConfigDescriptor>(this, aIID);
-    }
+    static constexpr uint32_t nameId = IDS_NAME_FADE;
+    static const CSchema<SFadeSettings>& Schema();
 
-    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
-    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
-    HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
-                        IOperationContext* aContext) override;
     HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,
                      ZTHWND aParentWindow, uint32_t aLanguage) override;
 
@@ -26,7 +23,6 @@ public:
     HRESULT Transform(IConfig* aConfig, const TImageSize* aCanvas, const TMatrix3x3f* aMatrix) override;
     HRESULT AdjustDirtyRect(IConfig* aConfig, const TImageSize* aCanvas, TRasterImageRect* aRect) override;
     HRESULT NeededToCompute(IConfig* aConfig, const TImageSize* aCanvas, TRasterImageRect* aRect) override;
-    HRESULT CopyTransformed(IDocument* aSource, IConfig* aConfig, IDocumentBase* aBase, const char16_t* aID) override;
     HRESULT GetTransform(IConfig* aConfig, const TImageSize* aCanvas, TMatrix3x3f* aMatrix) override;
 
     HRESULT Name(IOperationManager* aManager, IConfig* aConfig, ILocalizedString** aName) override;

@@ -105,13 +105,7 @@ HRESULT CDocumentOperationRasterImageAutoMask::CanActivate(IOperationManager* aM
 HRESULT CDocumentOperationRasterImageAutoMask::Activate(IOperationManager* aManager, IDocument* aDocument,
                                                         IConfig* aConfig, IOperationContext* aContext,
                                                         ZTHWND aParentWindow, uint32_t aLanguage) {
-    return Guard([&] {
-        try {
-            return Run(aManager, aDocument, aConfig, aContext, aParentWindow, aLanguage);
-        } catch (const std::bad_alloc&) {
-            return E_OUTOFMEMORY;
-        }
-    });
+    return GuardRun([&] { return Run(aManager, aDocument, aConfig, aContext, aParentWindow, aLanguage); });
 }
 
 }  // namespace zt

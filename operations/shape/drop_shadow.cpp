@@ -20,39 +20,52 @@ constexpr const char16_t* kOffsetHelp =
     u"[0409]Offset of the dropped shadow in pixels. Positive values will move the shadow in the right bottom "
     u"direction.[0405]Posun vrženého stínu v pixelech. Kladné hodnoty posunou stín doprava dolů.";
 
-const SConfigSchema& Schema() {
-    static const SConfigSchema schema = {
-        Simple(u"Density", u"[0409]Shadow density[0405]Hustota stínu",
+}  // namespace
+
+struct SDropShadowSettings {
+    float density, size, offsetX, offsetY;
+    int32_t type, color;
+    std::u16string maskId;
+    int32_t blending;
+};
+
+const CSchema<SDropShadowSettings>& CDocumentOperationRasterImageDropShadow::Schema() {
+    using S = SDropShadowSettings;
+    static const CSchema<S> schema = {
+        Simple(u"Density", &S::density, u"[0409]Shadow density[0405]Hustota stínu",
                u"[0409]This value constrols shadow density. Higher value means darker shadow.[0405]Tato hodnota "
                u"určuje hustotu stínu. Vyšší hodnota znamená tmavší stín.",
-               Float(150.0f)),
-        Simple(u"Size", u"[0409]Shadow size[0405]Velikost stínu",
-               u"[0409]Radius of the shadow in pixels.[0405]Poloměr stínu v pixelech.", Float(3.0f)),
-        Simple(u"OffsetX", u"[0409]Shadow offset[0405]Posun stínu", kOffsetHelp, Float(1.0f)),
-        Simple(u"OffsetY", u"[0409]Shadow offset[0405]Posun stínu", kOffsetHelp, Float(1.0f)),
-        PickOne(u"Type", u"[0409]Algorithm type[0405]Typ algoritmu",
-                u"[0409]Determines the method used to compute the shadow.[0405]Určuje metodu výpočtu stínu.",
-                Long(0),
-                {{Long(0), u"[0409]Opacity-based[0405]Podle neprůhlednosti"},
-                 {Long(1), u"[0409]Outline only[0405]Pouze obrys"}}),
-        Simple(u"Color", u"[0409]Color[0405]Barva",
+               150.0f),
+        Simple(u"Size", &S::size, u"[0409]Shadow size[0405]Velikost stínu",
+               u"[0409]Radius of the shadow in pixels.[0405]Poloměr stínu v pixelech.", 3.0f),
+        Simple(u"OffsetX", &S::offsetX, u"[0409]Shadow offset[0405]Posun stínu", kOffsetHelp, 1.0f),
+        Simple(u"OffsetY", &S::offsetY, u"[0409]Shadow offset[0405]Posun stínu", kOffsetHelp, 1.0f),
+        PickOne(u"Type", &S::type, u"[0409]Algorithm type[0405]Typ algoritmu",
+                u"[0409]Determines the method used to compute the shadow.[0405]Určuje metodu výpočtu stínu.", 0,
+                {{0, "opacity", u"[0409]Opacity-based[0405]Podle neprůhlednosti"},
+                 {1, "outline", u"[0409]Outline only[0405]Pouze obrys"}}),
+        Simple(u"Color", &S::color, u"[0409]Color[0405]Barva",
                u"[0409]Color of the dropped shadow. Shadow of semitransparent pixels will be less intense.[0405]"
                u"Barva vrženého stínu. Stín poloprůhledných pixelů bude méně výrazný.",
-               Long(0)),
-        Simple(u"MaskID", u"[0409]Selection sync ID[0405]ID synchronizace výběru",
+               0),
+        Simple(u"MaskID", &S::maskId, u"[0409]Selection sync ID[0405]ID synchronizace výběru",
                u"[0409]Identifier of the view state holding the image mask.[0405]Identifikátor stavu pohledu, "
                u"který uchovává masku obrázku.",
-               String(IMAGEMASK_STATE)),
-        PickOne(u"Blending", u"[0409]Blending[0405]Prolnutí",
+               IMAGEMASK_STATE),
+        PickOne(u"Blending", &S::blending, u"[0409]Blending[0405]Prolnutí",
                 u"[0409]How is the shadow combined with the original shape.[0405]Jak se stín kombinuje s původním "
                 u"tvarem.",
-                Long(0),
-                {{Long(0), u"[0409]Outer shadow[0405]Vnější stín"},
-                 {Long(1), u"[0409]Inner shadow[0405]Vnitřní stín"},
-                 {Long(2), u"[0409]Shadow only[0405]Pouze stín"}}),
+                0,
+                {{0, "outer", u"[0409]Outer shadow[0405]Vnější stín"},
+                 {1, "inner", u"[0409]Inner shadow[0405]Vnitřní stín"},
+                 {2, "only", u"[0409]Shadow only[0405]Pouze stín"}}),
     };
     return schema;
 }
+
+namespace {
+
+using CShadow = CDocumentOperationRasterImageDropShadow;
 
 // Left, top, right and bottom reach of the shadow around the content.
 struct SReaches {
@@ -62,39 +75,27 @@ SReaches Reaches(float aSize, float aOffsetX, float aOffsetY) {
     return {ReachOf(aSize - aOffsetX), ReachOf(aSize - aOffsetY), ReachOf(aSize + aOffsetX),
             ReachOf(aSize + aOffsetY)};
 }
-
-// Ends the document's block however the run leaves.
-class CBlock {
-public:
-    explicit CBlock(IBlockOperations* aDocument) : document_(aDocument) {}
-    HRESULT Begin() {
-        HRESULT hr = document_->WriteLock();
-        locked_ = SUCCEEDED(hr);
-        return hr;
-    }
-    ~CBlock() {
-        if (locked_) document_->WriteUnlock();
-    }
-
-private:
-    IBlockOperations* document_;
-    bool locked_ = false;
-};
+SReaches ReachesOf(IConfig* aConfig) {
+    using S = SDropShadowSettings;
+    const S s = CShadow::Schema().ReadSettings(aConfig, &S::size, &S::offsetX, &S::offsetY);
+    return Reaches(s.size, s.offsetX, s.offsetY);
+}
 
 HRESULT Run(IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext) {
+    using S = SDropShadowSettings;
+    // "Type" is read for its check only: the routine always removes the interior of
+    // semi-transparent areas.
+    const S settings = CShadow::Schema().ReadSettings(aConfig, &S::density, &S::size, &S::offsetX, &S::offsetY,
+                                                      &S::type, &S::color, &S::blending);
     SShadowParams params;
-    params.density = ReadFloat(aConfig, u"Density") * 0.01f;
-    const float size = ReadFloat(aConfig, u"Size");
-    const float offsetX = ReadFloat(aConfig, u"OffsetX");
-    const float offsetY = ReadFloat(aConfig, u"OffsetY");
-    ReadLong(aConfig, u"Type");  // the routine always removes the interior of semi-transparent areas
-    params.color = uint32_t(ReadLong(aConfig, u"Color"));
-    params.blending = ReadLong(aConfig, u"Blending");
-    params.size = size;
-    params.shiftX = -offsetX;
-    params.shiftY = -offsetY;
+    params.density = settings.density * 0.01f;
+    params.color = uint32_t(settings.color);
+    params.blending = settings.blending;
+    params.size = settings.size;
+    params.shiftX = -settings.offsetX;
+    params.shiftY = -settings.offsetY;
     params.type = 1;
-    const SReaches reach = Reaches(size, offsetX, offsetY);
+    const SReaches reach = Reaches(settings.size, settings.offsetX, settings.offsetY);
 
     if (!aDocument) return E_FAIL;
     ComPtr<IDocumentRasterImage> image;
@@ -111,9 +112,7 @@ HRESULT Run(IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext)
 
     std::unique_ptr<uint8_t[]> mask;
     if (aContext) {
-        CConfigValue maskName;
-        ReadItem(aConfig, u"MaskID", maskName);
-        CZTStr name(maskName.AsString());
+        CZTStr name(CShadow::Schema().Read(aConfig, &S::maskId));
         ComPtr<ISharedStateImageMask> state;
         aContext->StateGet(name, ISharedStateImageMask::iid, state.out());
         if (state) {
@@ -131,7 +130,7 @@ HRESULT Run(IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext)
         }
     }
 
-    CBlock block(aDocument);
+    CWriteBlock block(aDocument);
     HRESULT hr = block.Begin();
     if (FAILED(hr)) return hr;
 
@@ -151,28 +150,9 @@ HRESULT Run(IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext)
 
 }  // namespace
 
-HRESULT CDocumentOperationRasterImageDropShadow::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_DROPSHADOW, aName);
-}
-
-HRESULT CDocumentOperationRasterImageDropShadow::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return ConfigFromSchema(aManager, Schema(), aConfig);
-}
-
-HRESULT CDocumentOperationRasterImageDropShadow::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
-                                                             IOperationContext*) {
-    return CanActivateOnRasterImage(aDocument);
-}
-
 HRESULT CDocumentOperationRasterImageDropShadow::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
                                                           IOperationContext* aContext, ZTHWND, uint32_t) {
-    return Guard([&] {
-        try {
-            return Run(aDocument, aConfig, aContext);
-        } catch (const std::bad_alloc&) {
-            return E_OUTOFMEMORY;
-        }
-    });
+    return GuardRun([&] { return Run(aDocument, aConfig, aContext); });
 }
 
 HRESULT CDocumentOperationRasterImageDropShadow::Transform(IConfig* aConfig, const TImageSize*,
@@ -181,13 +161,12 @@ HRESULT CDocumentOperationRasterImageDropShadow::Transform(IConfig* aConfig, con
     return Guard([&] {
         const SMatrixScale scale = MatrixScale(*aMatrix);
         if (IsUnitScale(scale.s)) return S_FALSE;
-        const CConfigValue size(ReadFloat(aConfig, u"Size") * scale.s);
-        const CConfigValue offsetX(ReadFloat(aConfig, u"OffsetX") * scale.sx);
-        const CConfigValue offsetY(ReadFloat(aConfig, u"OffsetY") * scale.sy);
-        const CZTStr k1(u"Size"), k2(u"OffsetX"), k3(u"OffsetY");
-        const char16_t* keys[] = {k1, k2, k3};
-        const TConfigValue values[] = {size.Raw(), offsetX.Raw(), offsetY.Raw()};
-        return aConfig->ItemValuesSet(3, keys, values);
+        using S = SDropShadowSettings;
+        S scaled = Schema().ReadSettings(aConfig, &S::size, &S::offsetX, &S::offsetY);
+        scaled.size *= scale.s;
+        scaled.offsetX *= scale.sx;
+        scaled.offsetY *= scale.sy;
+        return Schema().WriteSettings(aConfig, scaled, &S::size, &S::offsetX, &S::offsetY);
     });
 }
 
@@ -195,8 +174,7 @@ HRESULT CDocumentOperationRasterImageDropShadow::AdjustDirtyRect(IConfig* aConfi
                                                                  TRasterImageRect* aRect) {
     if (!aConfig || !aRect) return S_OK;
     Guard([&] {
-        const float size = ReadFloat(aConfig, u"Size");
-        const SReaches r = Reaches(size, ReadFloat(aConfig, u"OffsetX"), ReadFloat(aConfig, u"OffsetY"));
+        const SReaches r = ReachesOf(aConfig);
         aRect->tTL.nX = MoveSide(aRect->tTL.nX, -r.left);
         aRect->tTL.nY = MoveSide(aRect->tTL.nY, -r.top);
         aRect->tBR.nX = MoveSide(aRect->tBR.nX, r.right);
@@ -210,8 +188,7 @@ HRESULT CDocumentOperationRasterImageDropShadow::NeededToCompute(IConfig* aConfi
                                                                  TRasterImageRect* aRect) {
     if (!aConfig || !aRect) return S_OK;
     Guard([&] {
-        const float size = ReadFloat(aConfig, u"Size");
-        const SReaches r = Reaches(size, ReadFloat(aConfig, u"OffsetX"), ReadFloat(aConfig, u"OffsetY"));
+        const SReaches r = ReachesOf(aConfig);
         // The mirror of AdjustDirtyRect: a pixel depends on what lies against the offset.
         aRect->tTL.nX = MoveSide(aRect->tTL.nX, -r.right);
         aRect->tTL.nY = MoveSide(aRect->tTL.nY, -r.bottom);
@@ -227,15 +204,15 @@ HRESULT CDocumentOperationRasterImageDropShadow::Name(IOperationManager*, IConfi
         constexpr const char16_t* kShadow = u"[0409]Shadow[0405]Stín";
         if (!aConfig) return HandOut(MultiLanguage(kShadow), aName);
         const char16_t* blending = kShadow;
-        switch (ReadLong(aConfig, u"Blending")) {
+        switch (Schema().Read(aConfig, &SDropShadowSettings::blending)) {
             case 0: blending = u"[0409]Outer shadow[0405]Vnější stín"; break;
             case 1: blending = u"[0409]Inner shadow[0405]Vnitřní stín"; break;
             case 2: blending = u"[0409]Shadow only[0405]Pouze stín"; break;
             default: break;
         }
-        const uint32_t colour = 0xFF000000u | uint32_t(ReadLong(aConfig, u"Color"));
+        const uint32_t colour = 0xFF000000u | uint32_t(Schema().Read(aConfig, &SDropShadowSettings::color));
         return HandOut(Printf(MultiLanguage(u"%s - %s"), MultiLanguage(blending),
-                              ColourAndSize(colour, ReadFloat(aConfig, u"Size"))),
+                              ColourAndSize(colour, Schema().Read(aConfig, &SDropShadowSettings::size))),
                        aName);
     });
 }

@@ -102,13 +102,7 @@ HRESULT CDocumentOperationRasterImageOutlines::CanActivate(IOperationManager*, I
 
 HRESULT CDocumentOperationRasterImageOutlines::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
                                                         IOperationContext*, ZTHWND, uint32_t) {
-    return Guard([&] {
-        try {
-            return Run(aDocument, aConfig);
-        } catch (const std::bad_alloc&) {
-            return E_OUTOFMEMORY;
-        }
-    });
+    return GuardRun([&] { return Run(aDocument, aConfig); });
 }
 
 HRESULT CDocumentOperationRasterImageOutlines::Transform(IConfig* aConfig, const TImageSize*,
