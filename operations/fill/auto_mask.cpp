@@ -18,8 +18,7 @@ namespace {
 HRESULT Run(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,
             ZTHWND aParentWindow, uint32_t aLanguage) {
     if (!aManager || !aDocument || !aConfig) return E_POINTER;
-    SInnerOperation inner;
-    ReadInnerOperation(aConfig, inner);
+    const SNestedOperation inner = ReadInnerOperation(aConfig);
     auto direct = [&] {
         return aManager->Activate(aManager, aDocument, &inner.id.Raw(), inner.config, aContext, aParentWindow,
                                   aLanguage);
@@ -82,22 +81,13 @@ HRESULT Run(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
 
 }  // namespace
 
-HRESULT CDocumentOperationRasterImageAutoMask::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_AUTOMASK, aName);
-}
-
-HRESULT CDocumentOperationRasterImageAutoMask::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return ConfigFromSchema(aManager, MaskOperationSchema(), aConfig);
-}
-
 HRESULT CDocumentOperationRasterImageAutoMask::CanActivate(IOperationManager* aManager, IDocument* aDocument,
                                                            IConfig* aConfig, IOperationContext* aContext) {
     if (!aDocument) return S_FALSE;
     if (!aConfig) return S_OK;
     return Guard([&] {
         if (!aManager) return E_POINTER;
-        SInnerOperation inner;
-        ReadInnerOperation(aConfig, inner);
+        const SNestedOperation inner = ReadInnerOperation(aConfig);
         return aManager->CanActivate(aManager, aDocument, &inner.id.Raw(), inner.config, aContext);
     });
 }

@@ -3,18 +3,17 @@
 #pragma once
 
 #include "frame/operation_base.h"
+#include "operations/fill/mask_config.h"
+#include "operations/shape/shape_strings.h"
 
 namespace zt {
 
-class CDocumentOperationRasterImageAutoMask : public IDocumentOperation, public CConfigDescriptorImpl {
+class CDocumentOperationRasterImageAutoMask : public COperation<CDocumentOperationRasterImageAutoMask> {
 public:
     static constexpr CLSID classId = MakeGuid("1b3b2d28-0c2c-4105-82ce-f0e868661c72");
-    void* FindInterfaceImpl(const IID& aIID) {
-        return FindInterface<IDocumentOperation, IConfigDescriptor>(this, aIID);
-    }
+    static constexpr uint32_t nameId = IDS_NAME_AUTOMASK;
+    static const CSchema<SMaskOperationSettings>& Schema() { return MaskOperationSchema(); }
 
-    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
-    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
     HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
                         IOperationContext* aContext) override;
     HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,

@@ -54,8 +54,7 @@ HRESULT Run(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
     uint32_t w = 0, h = 0;
     if (mask && FAILED(mask->GetBounds(&x, &y, &w, &h))) w = h = 0;
 
-    SInnerOperation inner;
-    ReadInnerOperation(aConfig, inner);
+    const SNestedOperation inner = ReadInnerOperation(aConfig);
 
     const size_t count = size_t(w) * h;
     std::vector<TPixelChannel> pixels;
@@ -115,14 +114,6 @@ HRESULT Run(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
 }
 
 }  // namespace
-
-HRESULT CDocumentOperationRasterImageModifyMask::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_MODIFYMASK, aName);
-}
-
-HRESULT CDocumentOperationRasterImageModifyMask::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return ConfigFromSchema(aManager, MaskOperationSchema(), aConfig);
-}
 
 HRESULT CDocumentOperationRasterImageModifyMask::CanActivate(IOperationManager*, IDocument*, IConfig* aConfig,
                                                              IOperationContext* aContext) {

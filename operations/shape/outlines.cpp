@@ -16,46 +16,60 @@ namespace {
 
 constexpr const char16_t* kOutline = u"[0409]Outline[0405]Obrys";
 
-const SConfigSchema& Schema() {
-    static const SConfigSchema schema = {
-        Simple(u"Width", u"[0409]Width[0405]Šířka", u"[0409]Width of the outline.[0405]Šířka obrysu.", Float(2.0f)),
-        PickOne(u"Position", u"[0409]Position[0405]Umístění",
-                u"[0409]Defines, where to place the outline.[0405]Určuje, kam se obrys umístí.", Long(1),
-                {{Long(0), u"[0409]Inside[0405]Uvnitř"},
-                 {Long(1), u"[0409]Centered[0405]Na středu"},
-                 {Long(2), u"[0409]Outside[0405]Vně"}}),
-        Simple(u"Color", u"[0409]Color[0405]Barva", u"[0409]Color of the outline.[0405]Barva obrysu.",
-               Color(0.0f, 0.0f, 0.0f, 1.0f)),
-        PickOne(u"BlendingMode", u"[0409]Composition mode[0405]Režim skládání",
+}  // namespace
+
+struct SOutlineSettings {
+    float width;
+    int32_t position;
+    SColorF color;
+    int32_t blendingMode;
+};
+
+const CSchema<SOutlineSettings>& CDocumentOperationRasterImageOutlines::Schema() {
+    using S = SOutlineSettings;
+    static const CSchema<S> schema = {
+        Simple(u"Width", &S::width, u"[0409]Width[0405]Šířka", u"[0409]Width of the outline.[0405]Šířka obrysu.",
+               2.0f),
+        PickOne(u"Position", &S::position, u"[0409]Position[0405]Umístění",
+                u"[0409]Defines, where to place the outline.[0405]Určuje, kam se obrys umístí.", 1,
+                {{0, "inside", u"[0409]Inside[0405]Uvnitř"},
+                 {1, "centered", u"[0409]Centered[0405]Na středu"},
+                 {2, "outside", u"[0409]Outside[0405]Vně"}}),
+        Simple(u"Color", &S::color, u"[0409]Color[0405]Barva", u"[0409]Color of the outline.[0405]Barva obrysu.",
+               SColorF{0.0f, 0.0f, 0.0f, 1.0f}),
+        PickOne(u"BlendingMode", &S::blendingMode, u"[0409]Composition mode[0405]Režim skládání",
                 u"[0409]This setting controls how to combine the outline with the original shape.[0405]Toto "
                 u"nastavení určuje, jak se obrys spojí s původním tvarem.",
-                Long(1),
-                {{Long(0), u"[0409]Outline only[0405]Pouze obrys"},
-                 {Long(1), u"[0409]Replace outline[0405]Nahradit obrysem"},
-                 {Long(2), u"[0409]Blend transparent outline[0405]Prolnout průhledný obrys"}}),
+                1,
+                {{0, "only", u"[0409]Outline only[0405]Pouze obrys"},
+                 {1, "replace", u"[0409]Replace outline[0405]Nahradit obrysem"},
+                 {2, "blend", u"[0409]Blend transparent outline[0405]Prolnout průhledný obrys"}}),
     };
     return schema;
 }
 
-float ReadWidth(IConfig* aConfig) {
-    const float width = ReadFloat(aConfig, u"Width");
-    return width <= 0.1f || !(width == width) ? 0.1f : width;
-}
+namespace {
+
+using COutlines = CDocumentOperationRasterImageOutlines;
+
+// Widths at or below 0.1, and NaN, count as 0.1.
+float UsableWidth(float aWidth) { return aWidth <= 0.1f || !(aWidth == aWidth) ? 0.1f : aWidth; }
+
+float ReadWidth(IConfig* aConfig) { return UsableWidth(COutlines::Schema().Read(aConfig, &SOutlineSettings::width)); }
 
 // d = trunc(ceil(max(Width, 0.1)) + 1) on every side.
 int64_t DirtyReach(IConfig* aConfig) { return OutlineMargin(ReadWidth(aConfig)); }
 
 HRESULT Run(IDocument* aDocument, IConfig* aConfig) {
+    const SOutlineSettings settings = COutlines::Schema().ReadSettings(aConfig);
     SOutlineParams params;
-    params.width = ReadWidth(aConfig);
-    params.position = ReadLong(aConfig, u"Position");
-    {
-        CConfigValue colour;
-        ReadItem(aConfig, u"Color", colour);
-        const float* c = colour.AsColor();
-        for (int i = 0; i < 4; ++i) params.color[i] = c[i];
-    }
-    params.mode = ReadLong(aConfig, u"BlendingMode");
+    params.width = UsableWidth(settings.width);
+    params.position = settings.position;
+    params.color[0] = settings.color.r;
+    params.color[1] = settings.color.g;
+    params.color[2] = settings.color.b;
+    params.color[3] = settings.color.a;
+    params.mode = settings.blendingMode;
     const int64_t margin = OutlineMargin(params.width);
 
     if (!aDocument) return E_FAIL;
@@ -87,19 +101,6 @@ HRESULT Run(IDocument* aDocument, IConfig* aConfig) {
 
 }  // namespace
 
-HRESULT CDocumentOperationRasterImageOutlines::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_OUTLINES, aName);
-}
-
-HRESULT CDocumentOperationRasterImageOutlines::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return ConfigFromSchema(aManager, Schema(), aConfig);
-}
-
-HRESULT CDocumentOperationRasterImageOutlines::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
-                                                           IOperationContext*) {
-    return CanActivateOnRasterImage(aDocument);
-}
-
 HRESULT CDocumentOperationRasterImageOutlines::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
                                                         IOperationContext*, ZTHWND, uint32_t) {
     return GuardRun([&] { return Run(aDocument, aConfig); });
@@ -111,10 +112,9 @@ HRESULT CDocumentOperationRasterImageOutlines::Transform(IConfig* aConfig, const
     return Guard([&] {
         const SMatrixScale scale = MatrixScale(*aMatrix);
         if (IsUnitScale(scale.s)) return S_FALSE;
-        const CConfigValue width(ReadFloat(aConfig, u"Width") * scale.s);
-        const CZTStr key(u"Width");
-        const char16_t* keys[] = {key};
-        return aConfig->ItemValuesSet(1, keys, &width.Raw());
+        SOutlineSettings scaled;
+        scaled.width = Schema().Read(aConfig, &SOutlineSettings::width) * scale.s;
+        return Schema().WriteSettings(aConfig, scaled, &SOutlineSettings::width);
     });
 }
 
@@ -140,13 +140,11 @@ HRESULT CDocumentOperationRasterImageOutlines::NeededToCompute(IConfig* aConfig,
 HRESULT CDocumentOperationRasterImageOutlines::Name(IOperationManager*, IConfig* aConfig, ILocalizedString** aName) {
     return GuardOut(aName, [&] {
         if (!aConfig) return HandOut(MultiLanguage(kOutline), aName);
-        CConfigValue value;
-        ReadItem(aConfig, u"Color", value);
-        const float* c = value.AsColor();
-        const uint32_t colour = 0xFF000000u | uint32_t(OutlineChannelByte(c[2])) << 16 |
-                                uint32_t(OutlineChannelByte(c[1])) << 8 | OutlineChannelByte(c[0]);
+        const SColorF c = Schema().Read(aConfig, &SOutlineSettings::color);
+        const uint32_t colour = 0xFF000000u | uint32_t(OutlineChannelByte(c.b)) << 16 |
+                                uint32_t(OutlineChannelByte(c.g)) << 8 | OutlineChannelByte(c.r);
         return HandOut(Printf(MultiLanguage(u"%s - %s"), MultiLanguage(kOutline),
-                              ColourAndSize(colour, ReadFloat(aConfig, u"Width"))),
+                              ColourAndSize(colour, Schema().Read(aConfig, &SOutlineSettings::width))),
                        aName);
     });
 }

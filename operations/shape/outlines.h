@@ -3,31 +3,25 @@
 #pragma once
 
 #include "frame/operation_base.h"
+#include "operations/shape/shape_strings.h"
 
 namespace zt {
 
-class CDocumentOperationRasterImageOutlines : public IDocumentOperation,
-                                                public IRasterImageFilter,
-                                                public CConfigDescriptorImpl,
-                                                public ILayerStyle {
+struct SOutlineSettings;
+
+class CDocumentOperationRasterImageOutlines
+    : public COperation<CDocumentOperationRasterImageOutlines, IRasterImageFilter, ILayerStyle> {
 public:
     static constexpr CLSID classId = MakeGuid("8092b240-8ae7-418f-ae49-047d790cdfb8");
-    void* FindInterfaceImpl(const IID& aIID) {
-        return FindInterface<IDocumentOperation, IRasterImageFilter, IConfigDescriptor, ILayerStyle>(this, aIID);
-    }
+    static constexpr uint32_t nameId = IDS_NAME_OUTLINES;
+    static const CSchema<SOutlineSettings>& Schema();
 
-    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
-    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
-    HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
-                        IOperationContext* aContext) override;
     HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,
                      ZTHWND aParentWindow, uint32_t aLanguage) override;
 
     HRESULT Transform(IConfig* aConfig, const TImageSize* aCanvas, const TMatrix3x3f* aMatrix) override;
     HRESULT AdjustDirtyRect(IConfig* aConfig, const TImageSize* aCanvas, TRasterImageRect* aRect) override;
     HRESULT NeededToCompute(IConfig* aConfig, const TImageSize* aCanvas, TRasterImageRect* aRect) override;
-    HRESULT CopyTransformed(IDocument*, IConfig*, IDocumentBase*, const char16_t*) override { return E_NOTIMPL; }
-    HRESULT GetTransform(IConfig*, const TImageSize*, TMatrix3x3f*) override { return S_FALSE; }
 
     HRESULT Name(IOperationManager* aManager, IConfig* aConfig, ILocalizedString** aName) override;
 
