@@ -3,6 +3,7 @@
 // name id and a schema.
 #pragma once
 
+#include <cmath>
 #include <type_traits>
 
 #include "frame/boundary.h"
@@ -67,6 +68,18 @@ private:
     IBlockOperations* document_;
     bool locked_ = false;
 };
+
+// The axis scales of a Transform matrix and their geometric mean; a mean this close to 1
+// leaves the settings as they are.
+struct SMatrixScale {
+    float sx, sy, s;
+};
+inline SMatrixScale MatrixScale(const TMatrix3x3f& m) {
+    const float sx = std::sqrt(m.m[0] * m.m[0] + m.m[3] * m.m[3]);
+    const float sy = std::sqrt(m.m[1] * m.m[1] + m.m[4] * m.m[4]);
+    return {sx, sy, std::sqrt(sx * sy)};
+}
+inline bool IsUnitScale(float s) { return s > 0.9999f && s < 1.0001f; }
 
 // The interfaces an operation answers besides IDocumentOperation, IConfigDescriptor and
 // IOperationSchema; IRasterImageFilter comes with the answers of a pixel-local operation,

@@ -293,9 +293,8 @@ HRESULT CDocumentOperationRasterImageBlur::Activate(IOperationManager*, IDocumen
 HRESULT CDocumentOperationRasterImageBlur::Transform(IConfig* aConfig, const TImageSize*, const TMatrix3x3f* aMatrix) {
     if (!aConfig || !aMatrix) return E_HOST_INVALID_PARAM;
     return Guard([&] {
-        const float* m = aMatrix->m;
-        const float s = std::sqrt(std::sqrt(m[0] * m[0] + m[3] * m[3]) * std::sqrt(m[1] * m[1] + m[4] * m[4]));
-        if (s > 0.9999f && s < 1.0001f) return S_FALSE;
+        const float s = MatrixScale(*aMatrix).s;
+        if (IsUnitScale(s)) return S_FALSE;
         SBlurSettings scaled;
         scaled.radius = Schema().Read(aConfig, &SBlurSettings::radius) * s;
         scaled.zoom = int32_t(float(Schema().Read(aConfig, &SBlurSettings::zoom)) * s);

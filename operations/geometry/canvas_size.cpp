@@ -8,7 +8,6 @@
 #include "operations/geometry/geometry_strings.h"
 #include "operations/geometry/layers.h"
 #include "operations/geometry/numbers_text.h"
-#include "operations/geometry/vector_item.h"
 
 namespace zt {
 
@@ -20,44 +19,62 @@ constexpr const char16_t* kSizeHelp =
     u"[0409]Value in pixels determining new size of the canvas.[0405]Hodnota v pixelech určující novou velikost "
     u"plátna.";
 
-const SConfigSchema& Schema() {
-    static const SConfigSchema schema = [] {
-        const std::vector<SSchemaCondition> relative = {{u"Type", ECOCEqual, Long(0)}};
-        const std::vector<SSchemaCondition> absolute = {{u"Type", ECOCEqual, Long(1)}};
-        // Items the window keeps for itself: never shown.
-        const std::vector<SSchemaCondition> never = {{u"Type", ECOCLess, Long(-1000000)}};
-        return SConfigSchema{
-            PickOne(u"Type", u"[0409]Size given as[0405]Určení velikosti",
-                    u"[0409]Controls how to specify the final canvas size.[0405]Určuje, jak se zadá výsledná "
-                    u"velikost plátna.",
-                    Long(0),
-                    {{Long(0), u"[0409]Relative[0405]Relativní"}, {Long(1), u"[0409]Absolute[0405]Absolutní"}}),
-            Simple(u"DeltaX", u"[0409]Width delta[0405]Změna šířky", kDeltaHelp, Long(0), relative),
-            Simple(u"DeltaY", u"[0409]Height delta[0405]Změna výšky", kDeltaHelp, Long(0), relative),
-            Simple(u"SizeX", u"[0409]Width[0405]Šířka", kSizeHelp, Long(800), absolute),
-            Simple(u"SizeY", u"[0409]Height[0405]Výška", kSizeHelp, Long(600), absolute),
-            Simple(u"Align", u"[0409]Image Position[0405]Umístění obrázku",
-                   u"[0409]Controls the placement of the original image on the new canvas.[0405]Určuje umístění "
-                   u"původního obrázku na novém plátně.",
-                   Vector(0.0f, 0.0f, 0.0f)),
-            Simple(u"LastSizeX", u"", u"", Long(0), never),
-            Simple(u"LastSizeY", u"", u"", Long(0), never),
-        };
+}  // namespace
+
+struct SCanvasSizeSettings {
+    int32_t type, deltaX, deltaY, sizeX, sizeY;
+    SVectorF align;
+    int32_t lastSizeX, lastSizeY;
+};
+
+const CSchema<SCanvasSizeSettings>& CDocumentOperationRasterImageCanvasSize::Schema() {
+    using S = SCanvasSizeSettings;
+    static const CSchema<S> schema = [] {
+    const std::vector<SSchemaCondition> relative = {{u"Type", ECOCEqual, Long(0)}};
+    const std::vector<SSchemaCondition> absolute = {{u"Type", ECOCEqual, Long(1)}};
+    // Items the window keeps for itself: never shown.
+    const std::vector<SSchemaCondition> never = {{u"Type", ECOCLess, Long(-1000000)}};
+    return CSchema<S>{
+        PickOne(u"Type", &S::type, u"[0409]Size given as[0405]Určení velikosti",
+                u"[0409]Controls how to specify the final canvas size.[0405]Určuje, jak se zadá výsledná "
+                u"velikost plátna.",
+                0,
+                {{0, "relative", u"[0409]Relative[0405]Relativní"}, {1, "absolute", u"[0409]Absolute[0405]Absolutní"}}),
+        Simple(u"DeltaX", &S::deltaX, u"[0409]Width delta[0405]Změna šířky", kDeltaHelp, 0, relative),
+        Simple(u"DeltaY", &S::deltaY, u"[0409]Height delta[0405]Změna výšky", kDeltaHelp, 0, relative),
+        Simple(u"SizeX", &S::sizeX, u"[0409]Width[0405]Šířka", kSizeHelp, 800, absolute),
+        Simple(u"SizeY", &S::sizeY, u"[0409]Height[0405]Výška", kSizeHelp, 600, absolute),
+        Simple(u"Align", &S::align, u"[0409]Image Position[0405]Umístění obrázku",
+               u"[0409]Controls the placement of the original image on the new canvas.[0405]Určuje umístění "
+               u"původního obrázku na novém plátně.",
+               SVectorF{0.0f, 0.0f, 0.0f}),
+        Simple(u"LastSizeX", &S::lastSizeX, u"", u"", 0, never),
+        Simple(u"LastSizeY", &S::lastSizeY, u"", u"", 0, never),
+    };
     }();
     return schema;
 }
+
+namespace {
+
+using CCanvasSize = CDocumentOperationRasterImageCanvasSize;
 
 struct SSettings {
     bool absolute;
     int32_t x, y;
     float align[2];
 };
+// The size items of the chosen type only.
 SSettings ReadSettings(IConfig* aConfig) {
+    using S = SCanvasSizeSettings;
     SSettings s;
-    s.absolute = ReadLong(aConfig, u"Type") != 0;
-    s.x = ReadLong(aConfig, s.absolute ? u"SizeX" : u"DeltaX");
-    s.y = ReadLong(aConfig, s.absolute ? u"SizeY" : u"DeltaY");
-    ReadVector2(aConfig, u"Align", s.align);
+    s.absolute = CCanvasSize::Schema().Read(aConfig, &S::type) != 0;
+    const S read = s.absolute ? CCanvasSize::Schema().ReadSettings(aConfig, &S::sizeX, &S::sizeY, &S::align)
+                              : CCanvasSize::Schema().ReadSettings(aConfig, &S::deltaX, &S::deltaY, &S::align);
+    s.x = s.absolute ? read.sizeX : read.deltaX;
+    s.y = s.absolute ? read.sizeY : read.deltaY;
+    s.align[0] = read.align.x;
+    s.align[1] = read.align.y;
     return s;
 }
 
@@ -102,17 +119,9 @@ SCanvasResize CanvasResize(uint32_t aW, uint32_t aH, bool aAbsolute, int32_t aX,
     return r;
 }
 
-HRESULT CDocumentOperationRasterImageCanvasSize::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_CANVASSIZE, aName);
-}
-
-HRESULT CDocumentOperationRasterImageCanvasSize::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return ConfigFromSchema(aManager, Schema(), aConfig);
-}
-
 HRESULT CDocumentOperationRasterImageCanvasSize::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
                                                              IOperationContext*) {
-    return Guard([&] { return RasterImageOf(aDocument) || LayeredImageOf(aDocument) ? S_OK : S_FALSE; });
+    return CanActivateOnImageOrLayers(aDocument);
 }
 
 HRESULT CDocumentOperationRasterImageCanvasSize::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
@@ -121,37 +130,23 @@ HRESULT CDocumentOperationRasterImageCanvasSize::Activate(IOperationManager*, ID
         const SSettings settings = ReadSettings(aConfig);
         ComPtr<IDocumentLayeredImage> layered = LayeredImageOf(aDocument);
         if (!layered) return ResizeOne(aDocument, settings, nullptr);
-        const std::vector<ComPtr<IDocument>> layers = LayerDocuments(layered);
-        const TImageSize common = MaxLayerCanvas(layers);
-        if (uint64_t(common.nX) * common.nY == 0) return E_FAIL;
-        if (FAILED(aDocument->WriteLock())) return E_FAIL;
-        for (const auto& layer : layers) {
-            HRESULT hr = E_UNEXPECTED;
-            try {
-                hr = ResizeOne(layer, settings, &common);
-            } catch (...) {
-                aDocument->WriteUnlock();
-                throw;
-            }
-            if (FAILED(hr)) {
-                aDocument->WriteUnlock();
-                return hr;
-            }
-        }
-        aDocument->WriteUnlock();
-        return S_OK;
+        return ForEveryLayer(aDocument, layered, [&](IDocument* aLayer, const TImageSize& aLargest) {
+            return ResizeOne(aLayer, settings, &aLargest);
+        });
     });
 }
 
 HRESULT CDocumentOperationRasterImageCanvasSize::Name(IOperationManager*, IConfig* aConfig, ILocalizedString** aName) {
     return GuardOut(aName, [&] {
         if (!aConfig) return HandOut(MultiLanguage(u"[0409]Set canvas size[0405]Nastavit velikost plátna"), aName);
-        if (ReadLong(aConfig, u"Type") == 0)
-            return HandOut(TwoNumbers(u"[0409]Adjust size by %i, %i[0405]Upravit velikost o %i, %i",
-                                      ReadLong(aConfig, u"DeltaX"), ReadLong(aConfig, u"DeltaY")),
+        using S = SCanvasSizeSettings;
+        if (Schema().Read(aConfig, &S::type) == 0) {
+            const S s = Schema().ReadSettings(aConfig, &S::deltaX, &S::deltaY);
+            return HandOut(TwoNumbers(u"[0409]Adjust size by %i, %i[0405]Upravit velikost o %i, %i", s.deltaX, s.deltaY),
                            aName);
-        return HandOut(TwoNumbers(u"[0409]Set size to %ix%i[0405]Nastavit velikost na %ix%i",
-                                  ReadLong(aConfig, u"SizeX"), ReadLong(aConfig, u"SizeY")),
+        }
+        const S s = Schema().ReadSettings(aConfig, &S::sizeX, &S::sizeY);
+        return HandOut(TwoNumbers(u"[0409]Set size to %ix%i[0405]Nastavit velikost na %ix%i", s.sizeX, s.sizeY),
                        aName);
     });
 }
@@ -160,24 +155,21 @@ HRESULT CDocumentOperationRasterImageCanvasSize::Transform(IConfig* aConfig, con
                                                            const TMatrix3x3f* aMatrix) {
     if (!aConfig || !aMatrix) return E_HOST_INVALID_PARAM;
     return Guard([&]() -> HRESULT {
-        const float* m = aMatrix->m;
-        const float sx = std::sqrt(m[0] * m[0] + m[3] * m[3]), sy = std::sqrt(m[1] * m[1] + m[4] * m[4]);
-        const float mean = std::sqrt(sx * sy);
-        if (mean > 0.9999f && mean < 1.0001f) return S_FALSE;
+        const SMatrixScale scale = MatrixScale(*aMatrix);
+        if (IsUnitScale(scale.s)) return S_FALSE;
         auto scaled = [](int32_t aValue, float aScale) {
             const float v = aValue * aScale + 0.5f;
             if (!(v > -2147483648.0f)) return INT32_MIN;
             if (v >= 2147483647.0f) return INT32_MAX;
             return static_cast<int32_t>(v);
         };
-        const char16_t* keys[4] = {u"DeltaX", u"SizeX", u"DeltaY", u"SizeY"};
-        TConfigValue values[4];
-        for (int i = 0; i < 4; ++i) {
-            values[i] = ConfigValueEmpty();
-            values[i].eTypeID = ECVTInteger;
-            values[i].iVal = scaled(ReadLong(aConfig, keys[i]), i < 2 ? sx : sy);
-        }
-        return aConfig->ItemValuesSet(4, keys, values);
+        using S = SCanvasSizeSettings;
+        S s = Schema().ReadSettings(aConfig, &S::deltaX, &S::sizeX, &S::deltaY, &S::sizeY);
+        s.deltaX = scaled(s.deltaX, scale.sx);
+        s.sizeX = scaled(s.sizeX, scale.sx);
+        s.deltaY = scaled(s.deltaY, scale.sy);
+        s.sizeY = scaled(s.sizeY, scale.sy);
+        return Schema().WriteSettings(aConfig, s, &S::deltaX, &S::sizeX, &S::deltaY, &S::sizeY);
     });
 }
 

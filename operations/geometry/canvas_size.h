@@ -2,6 +2,7 @@
 #pragma once
 
 #include "frame/operation_base.h"
+#include "operations/geometry/geometry_strings.h"
 
 namespace zt {
 
@@ -13,17 +14,15 @@ struct SCanvasResize {
 // aAbsolute: aX, aY are the new size, otherwise deltas to the current size.
 SCanvasResize CanvasResize(uint32_t aW, uint32_t aH, bool aAbsolute, int32_t aX, int32_t aY, const float aAlign[2]);
 
-class CDocumentOperationRasterImageCanvasSize : public IDocumentOperation,
-                                                public CConfigDescriptorImpl,
-                                                public CTrivialRasterImageFilter {
+struct SCanvasSizeSettings;
+
+class CDocumentOperationRasterImageCanvasSize
+    : public COperation<CDocumentOperationRasterImageCanvasSize, IRasterImageFilter> {
 public:
     static constexpr CLSID classId = MakeGuid("8b4c0e3f-af8e-493d-b44b-8c692dbe0893");
-    void* FindInterfaceImpl(const IID& aIID) {
-        return FindInterface<IDocumentOperation, IConfigDescriptor, IRasterImageFilter>(this, aIID);
-    }
+    static constexpr uint32_t nameId = IDS_NAME_CANVASSIZE;
+    static const CSchema<SCanvasSizeSettings>& Schema();
 
-    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
-    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
     HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
                         IOperationContext* aContext) override;
     HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,

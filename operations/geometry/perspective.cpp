@@ -1,5 +1,6 @@
 #include "operations/geometry/perspective.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "frame/boundary.h"
@@ -10,7 +11,6 @@
 #include "operations/geometry/transform_kernels.h"
 #include "operations/geometry/transformation_wrapper.h"
 #include "operations/geometry/transformers.h"
-#include "operations/geometry/vector_item.h"
 
 namespace zt {
 
@@ -21,51 +21,63 @@ constexpr const char16_t* kPointHelp =
 constexpr const char16_t* kPointHelpY =
     u"[0409]Y coordinate of a transformed point.[0405]Souřadnice Y transformovaného bodu.";
 constexpr const char16_t* kCentreHelp = u"[0409]Center of rotation and scaling.[0405]Střed otáčení a změny velikosti.";
-constexpr const char16_t* kPointKeys[8] = {u"Pt1X", u"Pt1Y", u"Pt2X", u"Pt2Y", u"Pt3X", u"Pt3Y", u"Pt4X", u"Pt4Y"};
 
-const SConfigSchema& Schema() {
-    static const SConfigSchema schema = [] {
+}  // namespace
+
+const CSchema<SPerspectiveSettings>& CDocumentOperationRasterImagePerspective::Schema() {
+    using S = SPerspectiveSettings;
+    static const CSchema<S> schema = [] {
         const std::vector<SSchemaCondition> perspective = {{u"Mode", ECOCEqual, Long(0)}};
         const std::vector<SSchemaCondition> affine = {{u"Mode", ECOCEqual, Long(1)}};
-        return SConfigSchema{
-            PickOne(u"Mode", u"[0409]Mode[0405]Režim", nullptr, Long(1),
-                    {{Long(0), u"[0409]Perspective transform[0405]Perspektivní transformace"},
-                     {Long(1), u"[0409]Move, resize and rotate[0405]Posunout, změnit velikost a otočit"}}),
-            Simple(u"Pt1X", u"[0409]Upper left X[0405]Levý horní X", kPointHelp, Float(0.1f), perspective),
-            Simple(u"Pt1Y", u"[0409]Upper left Y[0405]Levý horní Y", kPointHelpY, Float(0.0f), perspective),
-            Simple(u"Pt2X", u"[0409]Upper right X[0405]Pravý horní X", kPointHelp, Float(0.9f), perspective),
-            Simple(u"Pt2Y", u"[0409]Upper right Y[0405]Pravý horní Y", kPointHelpY, Float(0.3f), perspective),
-            Simple(u"Pt3X", u"[0409]Lower right X[0405]Pravý dolní X", kPointHelp, Float(0.9f), perspective),
-            Simple(u"Pt3Y", u"[0409]Lower right Y[0405]Pravý dolní Y", kPointHelpY, Float(0.7f), perspective),
-            Simple(u"Pt4X", u"[0409]Lower left X[0405]Levý dolní X", kPointHelp, Float(0.1f), perspective),
-            Simple(u"Pt4Y", u"[0409]Lower left Y[0405]Levý dolní Y", kPointHelpY, Float(1.0f), perspective),
-            Simple(u"Angle", u"[0409]Rotation[0405]Otočení", kCentreHelp, Float(0.0f), affine),
-            Simple(u"Scale", u"[0409]Scale[0405]Měřítko", kCentreHelp, Vector(1.0f, 1.0f, 0.0f), affine),
-            Simple(u"Translation", u"[0409]Move[0405]Posun", kCentreHelp, Vector(0.0f, 0.0f, 0.0f), affine),
+        return CSchema<S>{
+            PickOne(u"Mode", &S::mode, u"[0409]Mode[0405]Režim", nullptr, 1,
+                    {{0, "perspective", u"[0409]Perspective transform[0405]Perspektivní transformace"},
+                     {1, "affine", u"[0409]Move, resize and rotate[0405]Posunout, změnit velikost a otočit"}}),
+            Simple(u"Pt1X", &S::pt1x, u"[0409]Upper left X[0405]Levý horní X", kPointHelp, 0.1f, perspective),
+            Simple(u"Pt1Y", &S::pt1y, u"[0409]Upper left Y[0405]Levý horní Y", kPointHelpY, 0.0f, perspective),
+            Simple(u"Pt2X", &S::pt2x, u"[0409]Upper right X[0405]Pravý horní X", kPointHelp, 0.9f, perspective),
+            Simple(u"Pt2Y", &S::pt2y, u"[0409]Upper right Y[0405]Pravý horní Y", kPointHelpY, 0.3f, perspective),
+            Simple(u"Pt3X", &S::pt3x, u"[0409]Lower right X[0405]Pravý dolní X", kPointHelp, 0.9f, perspective),
+            Simple(u"Pt3Y", &S::pt3y, u"[0409]Lower right Y[0405]Pravý dolní Y", kPointHelpY, 0.7f, perspective),
+            Simple(u"Pt4X", &S::pt4x, u"[0409]Lower left X[0405]Levý dolní X", kPointHelp, 0.1f, perspective),
+            Simple(u"Pt4Y", &S::pt4y, u"[0409]Lower left Y[0405]Levý dolní Y", kPointHelpY, 1.0f, perspective),
+            Simple(u"Angle", &S::angle, u"[0409]Rotation[0405]Otočení", kCentreHelp, 0.0f, affine),
+            Simple(u"Scale", &S::scale, u"[0409]Scale[0405]Měřítko", kCentreHelp, SVectorF{1.0f, 1.0f, 0.0f}, affine),
+            Simple(u"Translation", &S::translation, u"[0409]Move[0405]Posun", kCentreHelp, SVectorF{0.0f, 0.0f, 0.0f},
+                   affine),
         };
     }();
     return schema;
 }
 
+namespace {
+
+using S = SPerspectiveSettings;
+const CSchema<S>& Settings() { return CDocumentOperationRasterImagePerspective::Schema(); }
+
 void ReadPoints(IConfig* aConfig, float aPoints[8]) {
-    for (int i = 0; i < 8; ++i) aPoints[i] = ReadFloat(aConfig, kPointKeys[i]);
+    const S s = Settings().ReadSettings(aConfig, &S::pt1x, &S::pt1y, &S::pt2x, &S::pt2y, &S::pt3x, &S::pt3y, &S::pt4x,
+                                        &S::pt4y);
+    const float points[8] = {s.pt1x, s.pt1y, s.pt2x, s.pt2y, s.pt3x, s.pt3y, s.pt4x, s.pt4y};
+    std::copy(points, points + 8, aPoints);
 }
+
+// Angle, scale and move of "Mode" 1.
+S ReadAffine(IConfig* aConfig) { return Settings().ReadSettings(aConfig, &S::angle, &S::scale, &S::translation); }
 
 // The matrix of the configuration for a canvas; E_FAIL for a degenerate quadrilateral.
 HRESULT MatrixFor(IConfig* aConfig, TImageSize aCanvas, TMatrix3x3f* aMatrix) {
     *aMatrix = {{1, 0, 0, 0, 1, 0, 0, 0, 1}};
-    const int32_t mode = ReadLong(aConfig, u"Mode");
+    const int32_t mode = Settings().Read(aConfig, &S::mode);
     if (mode == 0) {
         float points[8];
         ReadPoints(aConfig, points);
         return PerspectiveMatrix(points, aCanvas.nX, aCanvas.nY, aMatrix) ? S_OK : E_FAIL;
     }
     if (mode == 1) {
-        const float angle = ReadFloat(aConfig, u"Angle");
-        float scale[2], translation[2];
-        ReadVector2(aConfig, u"Scale", scale);
-        ReadVector2(aConfig, u"Translation", translation);
-        *aMatrix = AffineMatrix(angle, scale, translation, aCanvas.nX, aCanvas.nY);
+        const S s = ReadAffine(aConfig);
+        const float scale[2] = {s.scale.x, s.scale.y}, translation[2] = {s.translation.x, s.translation.y};
+        *aMatrix = AffineMatrix(s.angle, scale, translation, aCanvas.nX, aCanvas.nY);
     }
     return S_OK;
 }
@@ -181,19 +193,6 @@ void MapRect(const float m[9], TRasterImageRect* aRect) {
     aRect->tBR = {CeilToInt(maxX), CeilToInt(maxY)};
 }
 
-HRESULT CDocumentOperationRasterImagePerspective::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_PERSPECTIVE, aName);
-}
-
-HRESULT CDocumentOperationRasterImagePerspective::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return ConfigFromSchema(aManager, Schema(), aConfig);
-}
-
-HRESULT CDocumentOperationRasterImagePerspective::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
-                                                              IOperationContext*) {
-    return CanActivateOnRasterImage(aDocument);
-}
-
 HRESULT CDocumentOperationRasterImagePerspective::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
                                                            IOperationContext*, ZTHWND, uint32_t) {
     return Guard([&]() -> HRESULT {
@@ -278,18 +277,17 @@ HRESULT CDocumentOperationRasterImagePerspective::CreateWrapper(IConfig* aConfig
     if (!aWrapper) return E_POINTER;
     *aWrapper = nullptr;
     return GuardEntry([&]() -> HRESULT {
-        const int32_t mode = ReadLong(aConfig, u"Mode");
+        const int32_t mode = Settings().Read(aConfig, &S::mode);
         if (mode == 0) {
             float p[8];
             ReadPoints(aConfig, p);
             for (int i = 0; i < 8; ++i) p[i] *= float(i % 2 ? aSizeY : aSizeX);
             *aWrapper = CComObject<CTransformationWrapper>::Create<ICanvasInteractingWrapper>(aSizeX, aSizeY, 0u, p);
         } else if (mode == 1) {
-            float scale[2], translation[2];
-            ReadVector2(aConfig, u"Scale", scale);
-            ReadVector2(aConfig, u"Translation", translation);
+            const S s = Settings().ReadSettings(aConfig, &S::scale, &S::translation, &S::angle);
+            const float scale[2] = {s.scale.x, s.scale.y}, translation[2] = {s.translation.x, s.translation.y};
             *aWrapper = CComObject<CTransformationWrapperAffine>::Create<ICanvasInteractingWrapper>(
-                aSizeX, aSizeY, scale, ReadFloat(aConfig, u"Angle"), translation);
+                aSizeX, aSizeY, scale, s.angle, translation);
         }
         return S_OK;
     });

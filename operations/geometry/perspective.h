@@ -3,6 +3,7 @@
 #pragma once
 
 #include "frame/operation_base.h"
+#include "operations/geometry/geometry_strings.h"
 
 namespace zt {
 
@@ -18,21 +19,21 @@ TMatrix3x3f AffineMatrix(float aAngle, const float aScale[2], const float aTrans
 // Corners of a rectangle mapped through a matrix: floor of the minima, ceil of the maxima.
 void MapRect(const float aM[9], TRasterImageRect* aRect);
 
-class CDocumentOperationRasterImagePerspective : public IDocumentOperation,
-                                                 public IRasterImageFilter,
-                                                 public ICanvasInteractingOperation,
-                                                 public CConfigDescriptorImpl {
+// "Mode" 0 reads the points (fractions of the canvas), mode 1 the angle, scale and move.
+struct SPerspectiveSettings {
+    int32_t mode;
+    float pt1x, pt1y, pt2x, pt2y, pt3x, pt3y, pt4x, pt4y;
+    float angle;
+    SVectorF scale, translation;
+};
+
+class CDocumentOperationRasterImagePerspective
+    : public COperation<CDocumentOperationRasterImagePerspective, IRasterImageFilter, ICanvasInteractingOperation> {
 public:
     static constexpr CLSID classId = MakeGuid("a13ec2d9-d8f7-4c05-a998-1e43061f3efc");
-    void* FindInterfaceImpl(const IID& aIID) {
-        return FindInterface<IDocumentOperation, IRasterImageFilter, IConfigDescriptor, ICanvasInteractingOperation>(
-            this, aIID);
-    }
+    static constexpr uint32_t nameId = IDS_NAME_PERSPECTIVE;
+    static const CSchema<SPerspectiveSettings>& Schema();
 
-    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
-    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
-    HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
-                        IOperationContext* aContext) override;
     HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,
                      ZTHWND aParentWindow, uint32_t aLanguage) override;
     HRESULT Name(IOperationManager* aManager, IConfig* aConfig, ILocalizedString** aName) override;

@@ -16,21 +16,25 @@ namespace {
 constexpr const char16_t* kToPolar = u"[0409]Cartesian to polar[0405]Kartézské na polární";
 constexpr const char16_t* kToCartesian = u"[0409]Polar to cartesian[0405]Polární na kartézské";
 
-const SConfigSchema& Schema() {
-    static const SConfigSchema schema = {
-        PickOne(u"Direction", u"[0409]Direction[0405]Směr",
-                u"[0409]Direction of the pixel coordinates transformation.[0405]Směr transformace souřadnic pixelů.",
-                Long(1), {{Long(1), kToPolar}, {Long(0), kToCartesian}}),
-    };
-    return schema;
-}
-
 int64_t Fixed256(float aValue) {
     const float v = aValue * 256;
     if (!(v > -4.0e15f && v < 4.0e15f)) return 0;
     return static_cast<int64_t>(v);
 }
 }  // namespace
+
+struct SPolarSettings {
+    int32_t direction;
+};
+
+const CSchema<SPolarSettings>& CRasterImagePolarTransformation::Schema() {
+    static const CSchema<SPolarSettings> schema = {
+        PickOne(u"Direction", &SPolarSettings::direction, u"[0409]Direction[0405]Směr",
+                u"[0409]Direction of the pixel coordinates transformation.[0405]Směr transformace souřadnic pixelů.",
+                1, {{1, "topolar", kToPolar}, {0, "tocartesian", kToCartesian}}),
+    };
+    return schema;
+}
 
 void PolarSamplePosition(uint32_t aW, uint32_t aH, int32_t aDirection, uint32_t aX, uint32_t aY, float* aSX,
                          float* aSY) {
@@ -93,19 +97,6 @@ void PolarTransform(const TPixelChannel* aSource, uint32_t aW, uint32_t aH, int3
     }
 }
 
-HRESULT CRasterImagePolarTransformation::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_POLAR, aName);
-}
-
-HRESULT CRasterImagePolarTransformation::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return ConfigFromSchema(aManager, Schema(), aConfig);
-}
-
-HRESULT CRasterImagePolarTransformation::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
-                                                     IOperationContext*) {
-    return CanActivateOnRasterImage(aDocument);
-}
-
 HRESULT CRasterImagePolarTransformation::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
                                                   IOperationContext*, ZTHWND, uint32_t) {
     return Guard([&]() -> HRESULT {
@@ -115,7 +106,7 @@ HRESULT CRasterImagePolarTransformation::Activate(IOperationManager*, IDocument*
         HRESULT hr = image->CanvasGet(&canvas, nullptr, nullptr, nullptr, nullptr);
         if (FAILED(hr)) return hr;
         if (canvas.nX <= 1 || canvas.nY <= 1) return S_FALSE;
-        const int32_t direction = ReadLong(aConfig, u"Direction");
+        const int32_t direction = Schema().Read(aConfig, &SPolarSettings::direction);
         const size_t count = size_t(canvas.nX) * canvas.nY;
         std::vector<TPixelChannel> source(count), target(count);
         const TImagePoint origin{0, 0};
@@ -133,7 +124,7 @@ HRESULT CRasterImagePolarTransformation::Name(IOperationManager*, IConfig* aConf
     return GuardOut(aName, [&] {
         if (!aConfig)
             return HandOut(MultiLanguage(u"[0409]Polar transformation[0405]Polární transformace"), aName);
-        return HandOut(MultiLanguage(ReadLong(aConfig, u"Direction") == 1 ? kToPolar : kToCartesian), aName);
+        return HandOut(MultiLanguage(Schema().Read(aConfig, &SPolarSettings::direction) == 1 ? kToPolar : kToCartesian), aName);
     });
 }
 

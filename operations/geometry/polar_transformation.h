@@ -3,6 +3,7 @@
 #pragma once
 
 #include "frame/operation_base.h"
+#include "operations/geometry/geometry_strings.h"
 
 namespace zt {
 
@@ -13,17 +14,14 @@ void PolarTransform(const TPixelChannel* aSource, uint32_t aW, uint32_t aH, int3
 void PolarSamplePosition(uint32_t aW, uint32_t aH, int32_t aDirection, uint32_t aX, uint32_t aY, float* aSX,
                          float* aSY);
 
-class CRasterImagePolarTransformation : public IDocumentOperation, public CConfigDescriptorImpl {
+struct SPolarSettings;
+
+class CRasterImagePolarTransformation : public COperation<CRasterImagePolarTransformation> {
 public:
     static constexpr CLSID classId = MakeGuid("46f6ecdf-1b48-494c-a27d-4a50020f3959");
-    void* FindInterfaceImpl(const IID& aIID) {
-        return FindInterface<IDocumentOperation, IConfigDescriptor>(this, aIID);
-    }
+    static constexpr uint32_t nameId = IDS_NAME_POLAR;
+    static const CSchema<SPolarSettings>& Schema();
 
-    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
-    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
-    HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
-                        IOperationContext* aContext) override;
     HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,
                      ZTHWND aParentWindow, uint32_t aLanguage) override;
     HRESULT Name(IOperationManager* aManager, IConfig* aConfig, ILocalizedString** aName) override;

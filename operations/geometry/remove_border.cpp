@@ -16,32 +16,35 @@ constexpr const char16_t* kAlignHelp =
     u"[0409]How to place the image on the canvas.[0405]Jak umístit obrázek na plátno.";
 constexpr const char16_t* kSquare = u"[0409]Square[0405]Čtverec";
 
-const SConfigSchema& Schema() {
-    static const SConfigSchema schema = {
-        Ranged(u"RelSize", u"[0409]Relative size[0405]Relativní velikost",
+}  // namespace
+
+struct SRemoveBorderSettings {
+    float relSize, alignX, alignY;
+    bool square;
+};
+
+const CSchema<SRemoveBorderSettings>& CDocumentOperationRasterImageRemoveBorder::Schema() {
+    using S = SRemoveBorderSettings;
+    static const CSchema<S> schema = {
+        Ranged(u"RelSize", &S::relSize, u"[0409]Relative size[0405]Relativní velikost",
                u"[0409]Target size of the object. If less than 100%, borders will be preserved or added.[0405]Cílová "
                u"velikost objektu. Je-li menší než 100 %, okraje se zachovají nebo přidají.",
-               Float(100.0f), Float(10.0f), Float(100.0f), Float(1.0f)),
-        Ranged(u"AlignX", u"[0409]Horizontal alignment[0405]Vodorovné zarovnání", kAlignHelp, Float(0.0f),
-               Float(-1.0f), Float(1.0f), Float(0.0f)),
-        Ranged(u"AlignY", u"[0409]Vertical alignment[0405]Svislé zarovnání", kAlignHelp, Float(0.0f), Float(-1.0f),
-               Float(1.0f), Float(0.0f)),
-        Simple(u"Square", kSquare,
+               100.0f, 10.0f, 100.0f, 1.0f),
+        Ranged(u"AlignX", &S::alignX, u"[0409]Horizontal alignment[0405]Vodorovné zarovnání", kAlignHelp, 0.0f, -1.0f,
+               1.0f, 0.0f),
+        Ranged(u"AlignY", &S::alignY, u"[0409]Vertical alignment[0405]Svislé zarovnání", kAlignHelp, 0.0f, -1.0f, 1.0f,
+               0.0f),
+        Simple(u"Square", &S::square, kSquare,
                u"[0409]If enabled, the output image will always have square proportions.[0405]Je-li zapnuto, "
                u"výsledný obrázek bude mít vždy čtvercové proporce.",
-               Bool(false)),
+               false),
     };
     return schema;
 }
 
-struct SSettings {
-    float relSize, alignX, alignY;
-    bool square;
-};
-SSettings ReadSettings(IConfig* aConfig) {
-    return {ReadFloat(aConfig, u"RelSize"), ReadFloat(aConfig, u"AlignX"), ReadFloat(aConfig, u"AlignY"),
-            ReadBool(aConfig, u"Square")};
-}
+namespace {
+
+using SSettings = SRemoveBorderSettings;
 
 uint32_t ToSize(float aValue) {
     if (!(aValue >= 0.0f)) return 0;
@@ -54,24 +57,20 @@ int32_t ToInt(float aValue) {
     return static_cast<int32_t>(aValue);
 }
 
-HRESULT WithUnlock(IDocument* aDocument, HRESULT aResult) {
-    aDocument->WriteUnlock();
-    return aResult;
-}
-
 HRESULT Layered(IDocument* aDocument, IDocumentLayeredImage* aLayers, const SSettings& s) {
     const std::vector<ComPtr<IDocument>> layers = LayerDocuments(aLayers);
     if (layers.empty()) return S_FALSE;
     const TImageSize most = MaxLayerCanvas(layers);
     if (uint64_t(most.nX) * most.nY == 0) return E_FAIL;
-    if (FAILED(aDocument->WriteLock())) return E_FAIL;
+    CWriteBlock block(aDocument);
+    if (FAILED(block.Begin())) return E_FAIL;
     int32_t left = INT32_MAX, top = INT32_MAX, right = INT32_MIN, bottom = INT32_MIN;
     for (const auto& layer : layers) {
         ComPtr<IDocumentRasterImage> image = RasterImageOf(layer);
         if (!image) continue;
         TImageSize canvas{0, 0}, size{0, 0};
         TImagePoint origin{0, 0};
-        if (FAILED(image->CanvasGet(&canvas, nullptr, &origin, &size, nullptr))) return WithUnlock(aDocument, E_FAIL);
+        if (FAILED(image->CanvasGet(&canvas, nullptr, &origin, &size, nullptr))) return E_FAIL;
         // Layers line up at their canvas centres.
         const int32_t x = origin.nX - int32_t(canvas.nX >> 1), y = origin.nY - int32_t(canvas.nY >> 1);
         left = std::min(left, x);
@@ -84,16 +83,16 @@ HRESULT Layered(IDocument* aDocument, IDocumentLayeredImage* aLayers, const SSet
     const int32_t x0 = left + int32_t(most.nX >> 1), y0 = top + int32_t(most.nY >> 1);
     const SBorderFit fit = FitBorder(x0, y0, uint32_t(right - left), uint32_t(bottom - top), s.relSize, s.alignX,
                                      s.alignY, s.square);
-    if (fit.width == most.nX && fit.height == most.nY && fit.tx == 0 && fit.ty == 0) return WithUnlock(aDocument, S_OK);
+    if (fit.width == most.nX && fit.height == most.nY && fit.tx == 0 && fit.ty == 0) return S_OK;
     const TImageSize size{fit.width, fit.height};
     const TMatrix3x3f matrix = {{1, 0, 0, 0, 1, 0, float(fit.tx), float(fit.ty), 1}};
     for (const auto& layer : layers) {
         ComPtr<IDocumentRasterImage> image = RasterImageOf(layer);
         if (!image) continue;
         HRESULT hr = image->CanvasSet(&size, nullptr, &matrix, nullptr);
-        if (FAILED(hr)) return WithUnlock(aDocument, hr);
+        if (FAILED(hr)) return hr;
     }
-    return WithUnlock(aDocument, S_OK);
+    return S_OK;
 }
 }  // namespace
 
@@ -111,23 +110,15 @@ SBorderFit FitBorder(int32_t aX0, int32_t aY0, uint32_t aCW, uint32_t aCH, float
     return f;
 }
 
-HRESULT CDocumentOperationRasterImageRemoveBorder::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_REMOVEBORDER, aName);
-}
-
-HRESULT CDocumentOperationRasterImageRemoveBorder::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return ConfigFromSchema(aManager, Schema(), aConfig);
-}
-
 HRESULT CDocumentOperationRasterImageRemoveBorder::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
                                                                IOperationContext*) {
-    return Guard([&] { return RasterImageOf(aDocument) || LayeredImageOf(aDocument) ? S_OK : S_FALSE; });
+    return CanActivateOnImageOrLayers(aDocument);
 }
 
 HRESULT CDocumentOperationRasterImageRemoveBorder::Activate(IOperationManager*, IDocument* aDocument,
                                                             IConfig* aConfig, IOperationContext*, ZTHWND, uint32_t) {
     return Guard([&]() -> HRESULT {
-        const SSettings s = ReadSettings(aConfig);
+        const SSettings s = Schema().ReadSettings(aConfig);
         if (ComPtr<IDocumentLayeredImage> layered = LayeredImageOf(aDocument)) return Layered(aDocument, layered, s);
         ComPtr<IDocumentRasterImage> image = RasterImageOf(aDocument);
         if (!image) return E_FAIL;
@@ -152,9 +143,11 @@ HRESULT CDocumentOperationRasterImageRemoveBorder::Name(IOperationManager*, ICon
     return GuardOut(aName, [&] {
         if (!aConfig) return HandOut(MultiLanguage(u"[0409]Remove border[0405]Odstranit okraj"), aName);
         // Read as an integer on purpose: a float value fails here, as it always has.
-        ComPtr<ILocalizedString> text = Printf(
-            MultiLanguage(u"[0409]Object size %i%%[0405]Velikost objektu %i%%"), nullptr, ReadLong(aConfig, u"RelSize"));
-        if (ReadBool(aConfig, u"Square")) text = Printf(SimpleText(u"%s - %s"), text, MultiLanguage(kSquare));
+        int32_t percent = 0;
+        ReadValue(aConfig, Schema().KeyOf(&SSettings::relSize), percent);
+        ComPtr<ILocalizedString> text =
+            Printf(MultiLanguage(u"[0409]Object size %i%%[0405]Velikost objektu %i%%"), nullptr, percent);
+        if (Schema().Read(aConfig, &SSettings::square)) text = Printf(SimpleText(u"%s - %s"), text, MultiLanguage(kSquare));
         return HandOut(text, aName);
     });
 }

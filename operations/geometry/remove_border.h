@@ -3,6 +3,7 @@
 #pragma once
 
 #include "frame/operation_base.h"
+#include "operations/geometry/geometry_strings.h"
 
 namespace zt {
 
@@ -14,15 +15,14 @@ struct SBorderFit {
 SBorderFit FitBorder(int32_t aX0, int32_t aY0, uint32_t aCW, uint32_t aCH, float aRelSize, float aAlignX,
                      float aAlignY, bool aSquare);
 
-class CDocumentOperationRasterImageRemoveBorder : public IDocumentOperation, public CConfigDescriptorImpl {
+struct SRemoveBorderSettings;
+
+class CDocumentOperationRasterImageRemoveBorder : public COperation<CDocumentOperationRasterImageRemoveBorder> {
 public:
     static constexpr CLSID classId = MakeGuid("c6001a7d-4d4e-4431-baa9-6311f9593a31");
-    void* FindInterfaceImpl(const IID& aIID) {
-        return FindInterface<IDocumentOperation, IConfigDescriptor>(this, aIID);
-    }
+    static constexpr uint32_t nameId = IDS_NAME_REMOVEBORDER;
+    static const CSchema<SRemoveBorderSettings>& Schema();
 
-    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
-    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
     HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
                         IOperationContext* aContext) override;
     HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,

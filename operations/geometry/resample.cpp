@@ -17,64 +17,79 @@ constexpr const char16_t* kRescale = u"[0409]Rescale image[0405]Změnit velikost
 
 struct SModeText {
     int32_t mode;
+    const char* nickname;
     const char16_t* label;
 };
 constexpr SModeText kModes[] = {
-    {0, u"[0409]Relative size[0405]Relativní velikost"},
-    {2, u"[0409]Width[0405]Šířka"},
-    {3, u"[0409]Height[0405]Výška"},
-    {4, u"[0409]Longer side[0405]Delší strana"},
-    {5, u"[0409]Shorter side[0405]Kratší strana"},
-    {10, u"[0409]Both sides[0405]Obě strany"},
-    {11, u"[0409]Maximum frame[0405]Maximální rámeček"},
-    {13, u"[0409]Crop canvas[0405]Oříznout plátno"},
-    {14, u"[0409]Extend canvas[0405]Rozšířit plátno"},
+    {0, "relative", u"[0409]Relative size[0405]Relativní velikost"},
+    {2, "width", u"[0409]Width[0405]Šířka"},
+    {3, "height", u"[0409]Height[0405]Výška"},
+    {4, "longer", u"[0409]Longer side[0405]Delší strana"},
+    {5, "shorter", u"[0409]Shorter side[0405]Kratší strana"},
+    {10, "both", u"[0409]Both sides[0405]Obě strany"},
+    {11, "frame", u"[0409]Maximum frame[0405]Maximální rámeček"},
+    {13, "crop", u"[0409]Crop canvas[0405]Oříznout plátno"},
+    {14, "extend", u"[0409]Extend canvas[0405]Rozšířit plátno"},
 };
 
-const SConfigSchema& Schema() {
-    static const SConfigSchema schema = [] {
-        std::vector<SSchemaOption> modes;
-        for (const auto& m : kModes) modes.push_back({Long(m.mode), m.label});
-        return SConfigSchema{
-            PickOne(u"Mode", u"[0409]Resize by setting[0405]Změnit velikost nastavením",
-                    u"[0409]Method specifying the target size.[0405]Způsob určení cílové velikosti.", Long(0),
+}  // namespace
+
+struct SResampleSettings {
+    int32_t mode;
+    float sizeRel;
+    int32_t size, sizeX, sizeY, method, resolutionMode;
+    float resolution;
+};
+
+const CSchema<SResampleSettings>& CDocumentOperationRasterImageResample::Schema() {
+    using S = SResampleSettings;
+    static const CSchema<S> schema = [] {
+        std::vector<SOption<int32_t>> modes;
+        for (const auto& m : kModes) modes.push_back({m.mode, m.nickname, m.label});
+        return CSchema<S>{
+            PickOne(u"Mode", &S::mode, u"[0409]Resize by setting[0405]Změnit velikost nastavením",
+                    u"[0409]Method specifying the target size.[0405]Způsob určení cílové velikosti.", 0,
                     std::move(modes)),
-            Simple(u"SizeRel", u"[0409]Realtive size[0405]Relativní velikost",
+            Simple(u"SizeRel", &S::sizeRel, u"[0409]Realtive size[0405]Relativní velikost",
                    u"[0409]Target size is percentage of the original image size.[0405]Cílová velikost v procentech "
                    u"původní velikosti obrázku.",
-                   Float(50.0f), {{u"Mode", ECOCEqual, Long(0)}}),
-            Simple(u"Size", u"[0409]Size[0405]Velikost",
+                   50.0f, {{u"Mode", ECOCEqual, Long(0)}}),
+            Simple(u"Size", &S::size, u"[0409]Size[0405]Velikost",
                    u"[0409]Size of the selected image dimension in pixels.[0405]Velikost zvoleného rozměru obrázku "
                    u"v pixelech.",
-                   Long(256), {{u"Mode", ECOCGreaterEqual, Long(2)}, {u"Mode", ECOCLessEqual, Long(5)}}),
-            Simple(u"SizeX", u"[0409]Width[0405]Šířka",
+                   256, {{u"Mode", ECOCGreaterEqual, Long(2)}, {u"Mode", ECOCLessEqual, Long(5)}}),
+            Simple(u"SizeX", &S::sizeX, u"[0409]Width[0405]Šířka",
                    u"[0409]Width of the resized image in pixels[0405]Šířka obrázku po změně velikosti v pixelech",
-                   Long(256), {{u"Mode", ECOCGreaterEqual, Long(10)}, {u"Mode", ECOCLessEqual, Long(14)}}),
-            Simple(u"SizeY", u"[0409]Height[0405]Výška",
+                   256, {{u"Mode", ECOCGreaterEqual, Long(10)}, {u"Mode", ECOCLessEqual, Long(14)}}),
+            Simple(u"SizeY", &S::sizeY, u"[0409]Height[0405]Výška",
                    u"[0409]Height of the resized image in pixels[0405]Výška obrázku po změně velikosti v pixelech",
-                   Long(256), {{u"Mode", ECOCGreaterEqual, Long(10)}, {u"Mode", ECOCLessEqual, Long(14)}}),
-            PickOne(u"Method", u"[0409]Method[0405]Metoda",
+                   256, {{u"Mode", ECOCGreaterEqual, Long(10)}, {u"Mode", ECOCLessEqual, Long(14)}}),
+            PickOne(u"Method", &S::method, u"[0409]Method[0405]Metoda",
                     u"[0409]Method used to zoom pixels in or out.[0405]Metoda použitá ke zvětšení nebo zmenšení "
                     u"pixelů.",
-                    Long(1),
-                    {{Long(0), u"[0409]Nearest pixel[0405]Nejbližší pixel"},
-                     {Long(1), u"[0409]Linear interpolation[0405]Lineární interpolace"},
-                     {Long(2), u"[0409]Cubic interpolation[0405]Kubická interpolace"}}),
-            PickOne(u"ResolutionMode", u"[0409]Resolution[0405]Rozlišení",
+                    1,
+                    {{0, "nearest", u"[0409]Nearest pixel[0405]Nejbližší pixel"},
+                     {1, "linear", u"[0409]Linear interpolation[0405]Lineární interpolace"},
+                     {2, "cubic", u"[0409]Cubic interpolation[0405]Kubická interpolace"}}),
+            PickOne(u"ResolutionMode", &S::resolutionMode, u"[0409]Resolution[0405]Rozlišení",
                     u"[0409]Resolution relates number of pixels to physical dimensions of an image. Select how "
                     u"resolution is adjusted during pixel resampling.[0405]Rozlišení vztahuje počet pixelů "
                     u"k fyzickým rozměrům obrázku. Zvolte, jak se rozlišení upraví při převzorkování.",
-                    Long(1),
-                    {{Long(0), u"[0409]Recompute[0405]Přepočítat"},
-                     {Long(1), u"[0409]Keep original[0405]Zachovat původní"},
-                     {Long(2), u"[0409]Set to[0405]Nastavit na"}}),
-            Simple(u"Resolution", u"[0409]Resolution[0405]Rozlišení",
+                    1,
+                    {{0, "recompute", u"[0409]Recompute[0405]Přepočítat"},
+                     {1, "keep", u"[0409]Keep original[0405]Zachovat původní"},
+                     {2, "set", u"[0409]Set to[0405]Nastavit na"}}),
+            Simple(u"Resolution", &S::resolution, u"[0409]Resolution[0405]Rozlišení",
                    u"[0409]Resolution in pixels per inch (DPI) units.[0405]Rozlišení v pixelech na palec (DPI).",
-                   Float(100.0f), {{u"ResolutionMode", ECOCEqual, Long(2)}}),
+                   100.0f, {{u"ResolutionMode", ECOCEqual, Long(2)}}),
         };
     }();
     return schema;
 }
+
+namespace {
+
+using CResample = CDocumentOperationRasterImageResample;
 
 // Truncation of v + 0.5 into an unsigned size; what is not a number or negative becomes 0.
 uint32_t Round(float aValue) {
@@ -91,18 +106,17 @@ HRESULT ResampleOne(IDocument* aDocument, IConfig* aConfig) {
     TImageResolution resolution{100, 254, 100, 254};
     HRESULT hr = image->CanvasGet(&canvas, &resolution, nullptr, nullptr, nullptr);
     if (FAILED(hr)) return hr;
-    const int32_t mode = ReadLong(aConfig, u"Mode");
-    float sizeRel = 0;
-    int32_t size = 0, sizeX = 0, sizeY = 0;
-    if (mode == 0) sizeRel = ReadFloat(aConfig, u"SizeRel");
-    if (mode >= 2 && mode <= 5) size = ReadLong(aConfig, u"Size");
-    if (mode == 10 || mode == 11 || mode == 13 || mode == 14) {
-        sizeX = ReadLong(aConfig, u"SizeX");
-        sizeY = ReadLong(aConfig, u"SizeY");
-    }
-    const SResampleSizes s = ResampleSizes(canvas.nX, canvas.nY, mode, sizeRel, size, sizeX, sizeY);
-    const int32_t resolutionMode = ReadLong(aConfig, u"ResolutionMode");
-    const float dpi = resolutionMode == 2 ? ReadFloat(aConfig, u"Resolution") : 0.0f;
+    // Each mode reads the items it uses and no others.
+    using S = SResampleSettings;
+    const CSchema<S>& schema = CResample::Schema();
+    const int32_t mode = schema.Read(aConfig, &S::mode);
+    S r{};
+    if (mode == 0) r = schema.ReadSettings(aConfig, &S::sizeRel);
+    if (mode >= 2 && mode <= 5) r = schema.ReadSettings(aConfig, &S::size);
+    if (mode == 10 || mode == 11 || mode == 13 || mode == 14) r = schema.ReadSettings(aConfig, &S::sizeX, &S::sizeY);
+    const SResampleSizes s = ResampleSizes(canvas.nX, canvas.nY, mode, r.sizeRel, r.size, r.sizeX, r.sizeY);
+    const int32_t resolutionMode = schema.Read(aConfig, &S::resolutionMode);
+    const float dpi = resolutionMode == 2 ? schema.Read(aConfig, &S::resolution) : 0.0f;
     const TImageResolution newResolution = ResampleResolution(resolution, resolutionMode, canvas.nX, s.newW, dpi);
     const bool resolutionChanged =
         newResolution.nNumeratorX != resolution.nNumeratorX || newResolution.nDenominatorX != resolution.nDenominatorX ||
@@ -113,7 +127,7 @@ HRESULT ResampleOne(IDocument* aDocument, IConfig* aConfig) {
         if (!resolutionChanged) return S_OK;
         return image->CanvasSet(nullptr, &newResolution, nullptr, nullptr);
     }
-    const int32_t method = ReadLong(aConfig, u"Method");
+    const int32_t method = schema.Read(aConfig, &S::method);
     TMatrix3x3f matrix = {{static_cast<float>(double(s.newW) / canvas.nX), 0, 0, 0,
                            static_cast<float>(double(s.newH) / canvas.nY), 0,
                            static_cast<float>((double(s.canvasW) - double(s.newW)) * 0.5),
@@ -198,17 +212,9 @@ TImageResolution ResampleResolution(TImageResolution aOld, int32_t aMode, uint32
     return r;
 }
 
-HRESULT CDocumentOperationRasterImageResample::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_RESAMPLE, aName);
-}
-
-HRESULT CDocumentOperationRasterImageResample::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return ConfigFromSchema(aManager, Schema(), aConfig);
-}
-
 HRESULT CDocumentOperationRasterImageResample::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
                                                            IOperationContext*) {
-    return Guard([&] { return RasterImageOf(aDocument) || LayeredImageOf(aDocument) ? S_OK : S_FALSE; });
+    return CanActivateOnImageOrLayers(aDocument);
 }
 
 HRESULT CDocumentOperationRasterImageResample::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
@@ -216,51 +222,34 @@ HRESULT CDocumentOperationRasterImageResample::Activate(IOperationManager*, IDoc
     return Guard([&]() -> HRESULT {
         ComPtr<IDocumentLayeredImage> layered = LayeredImageOf(aDocument);
         if (!layered) return ResampleOne(aDocument, aConfig);
-        const std::vector<ComPtr<IDocument>> layers = LayerDocuments(layered);
-        const TImageSize most = MaxLayerCanvas(layers);
-        if (uint64_t(most.nX) * most.nY == 0) return E_FAIL;
-        if (FAILED(aDocument->WriteLock())) return E_FAIL;
-        for (const auto& layer : layers) {
-            HRESULT hr = E_UNEXPECTED;
-            try {
-                hr = ResampleOne(layer, aConfig);
-            } catch (...) {
-                aDocument->WriteUnlock();
-                throw;
-            }
-            if (FAILED(hr)) {
-                aDocument->WriteUnlock();
-                return hr;
-            }
-        }
-        aDocument->WriteUnlock();
-        return S_OK;
+        return ForEveryLayer(aDocument, layered,
+                             [&](IDocument* aLayer, const TImageSize&) { return ResampleOne(aLayer, aConfig); });
     });
 }
 
 HRESULT CDocumentOperationRasterImageResample::Name(IOperationManager*, IConfig* aConfig, ILocalizedString** aName) {
     return GuardOut(aName, [&] {
         if (!aConfig) return HandOut(MultiLanguage(kRescale), aName);
-        const int32_t mode = ReadLong(aConfig, u"Mode");
+        using S = SResampleSettings;
+        const int32_t mode = Schema().Read(aConfig, &S::mode);
         const char16_t* label = nullptr;
         for (const auto& m : kModes)
             if (m.mode == mode) label = m.label;
         ComPtr<ILocalizedString> value;
         if (mode == 0) {
             char buffer[64];
-            std::snprintf(buffer, sizeof(buffer), "%g%%", double(ReadFloat(aConfig, u"SizeRel")));
+            std::snprintf(buffer, sizeof(buffer), "%g%%", double(Schema().Read(aConfig, &S::sizeRel)));
             value = SimpleText(std::u16string(buffer, buffer + std::char_traits<char>::length(buffer)));
         } else {
             ComPtr<ILocalizedString> number;
             if (mode >= 2 && mode <= 5) {
-                number = Printf(SimpleText(u"%i"), nullptr, ReadLong(aConfig, u"Size"));
+                number = Printf(SimpleText(u"%i"), nullptr, Schema().Read(aConfig, &S::size));
             } else {
-                const std::u16string both = FormatText(
-                    u"%ix%i", std::array{SFormatArg{false, {}, ReadLong(aConfig, u"SizeX")},
-                                         SFormatArg{false, {}, ReadLong(aConfig, u"SizeY")}}
-                                  .data(),
+                const S both = Schema().ReadSettings(aConfig, &S::sizeX, &S::sizeY);
+                const std::u16string text = FormatText(
+                    u"%ix%i", std::array{SFormatArg{false, {}, both.sizeX}, SFormatArg{false, {}, both.sizeY}}.data(),
                     2);
-                number = SimpleText(both);
+                number = SimpleText(text);
             }
             value = Printf(SimpleText(u"%s%s"), number, SimpleText(u"px"));
         }

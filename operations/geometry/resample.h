@@ -3,6 +3,7 @@
 #pragma once
 
 #include "frame/operation_base.h"
+#include "operations/geometry/geometry_strings.h"
 
 namespace zt {
 
@@ -15,15 +16,14 @@ SResampleSizes ResampleSizes(uint32_t aW, uint32_t aH, int32_t aMode, float aSiz
 // The resolution after resampling by mode 0 (recompute), 1 (keep) or 2 (set to aDPI).
 TImageResolution ResampleResolution(TImageResolution aOld, int32_t aMode, uint32_t aW, uint32_t aNewW, float aDPI);
 
-class CDocumentOperationRasterImageResample : public IDocumentOperation, public CConfigDescriptorImpl {
+struct SResampleSettings;
+
+class CDocumentOperationRasterImageResample : public COperation<CDocumentOperationRasterImageResample> {
 public:
     static constexpr CLSID classId = MakeGuid("04f9937c-4135-474c-ad27-e414e14dce7a");
-    void* FindInterfaceImpl(const IID& aIID) {
-        return FindInterface<IDocumentOperation, IConfigDescriptor>(this, aIID);
-    }
+    static constexpr uint32_t nameId = IDS_NAME_RESAMPLE;
+    static const CSchema<SResampleSettings>& Schema();
 
-    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
-    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
     HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
                         IOperationContext* aContext) override;
     HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,

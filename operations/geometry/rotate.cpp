@@ -12,24 +12,28 @@
 
 namespace zt {
 
-namespace {
-const SConfigSchema& Schema() {
-    static const SConfigSchema schema = {
-        Simple(u"Angle", u"[0409]Angle[0405]Úhel",
+struct SRotateSettings {
+    float angle;
+    int32_t extend;
+};
+
+const CSchema<SRotateSettings>& CDocumentOperationRasterImageRotate::Schema() {
+    using S = SRotateSettings;
+    static const CSchema<S> schema = {
+        Simple(u"Angle", &S::angle, u"[0409]Angle[0405]Úhel",
                u"[0409]Value in degrees specifying how much is the image rotated clockwise.[0405]Hodnota ve stupních "
                u"určující, o kolik se obrázek otočí po směru hodinových ručiček.",
-               Float(45.0f)),
-        PickOne(u"Extend", u"[0409]Adjust canvas[0405]Upravit plátno",
+               45.0f),
+        PickOne(u"Extend", &S::extend, u"[0409]Adjust canvas[0405]Upravit plátno",
                 u"[0409]Make the canvas large enough for the rotated image.[0405]Zvětšit plátno tak, aby se na něj "
                 u"otočený obrázek vešel.",
-                Long(1),
-                {{Long(0), u"[0409]Never[0405]Nikdy"},
-                 {Long(1), u"[0409]If needed[0405]V případě potřeby"},
-                 {Long(2), u"[0409]Always[0405]Vždy"}}),
+                1,
+                {{0, "never", u"[0409]Never[0405]Nikdy"},
+                 {1, "needed", u"[0409]If needed[0405]V případě potřeby"},
+                 {2, "always", u"[0409]Always[0405]Vždy"}}),
     };
     return schema;
 }
-}  // namespace
 
 SRotatePlan PlanRotation(float aAngle, int32_t aExtend, TImageSize aCanvas, TImagePoint aContentOrigin,
                          TImageSize aContentSize) {
@@ -98,19 +102,6 @@ SRotatePlan PlanRotation(float aAngle, int32_t aExtend, TImageSize aCanvas, TIma
     return plan;
 }
 
-HRESULT CDocumentOperationRasterImageRotate::NameGet(IOperationManager*, ILocalizedString** aName) {
-    return NameFromTable(IDS_NAME_ROTATE, aName);
-}
-
-HRESULT CDocumentOperationRasterImageRotate::ConfigCreate(IOperationManager* aManager, IConfig** aConfig) {
-    return ConfigFromSchema(aManager, Schema(), aConfig);
-}
-
-HRESULT CDocumentOperationRasterImageRotate::CanActivate(IOperationManager*, IDocument* aDocument, IConfig*,
-                                                         IOperationContext*) {
-    return CanActivateOnRasterImage(aDocument);
-}
-
 HRESULT CDocumentOperationRasterImageRotate::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
                                                       IOperationContext*, ZTHWND, uint32_t) {
     return Guard([&]() -> HRESULT {
@@ -120,9 +111,9 @@ HRESULT CDocumentOperationRasterImageRotate::Activate(IOperationManager*, IDocum
         TImagePoint contentOrigin{0, 0};
         HRESULT hr = image->CanvasGet(&canvas, nullptr, &contentOrigin, &contentSize, nullptr);
         if (FAILED(hr)) return hr;
-        const float angle = ReadFloat(aConfig, u"Angle");
+        const float angle = Schema().Read(aConfig, &SRotateSettings::angle);
         if (angle == 0.0f) return S_FALSE;
-        const int32_t extend = ReadLong(aConfig, u"Extend");
+        const int32_t extend = Schema().Read(aConfig, &SRotateSettings::extend);
         const SRotatePlan plan = PlanRotation(angle, extend, canvas, contentOrigin, contentSize);
         CTransformHelperRotate helper;
         return image->CanvasSet(plan.newCanvas ? &plan.canvas : nullptr, nullptr, &plan.matrix, &helper);
@@ -132,7 +123,7 @@ HRESULT CDocumentOperationRasterImageRotate::Activate(IOperationManager*, IDocum
 HRESULT CDocumentOperationRasterImageRotate::Name(IOperationManager*, IConfig* aConfig, ILocalizedString** aName) {
     return GuardOut(aName, [&] {
         if (!aConfig) return HandOut(MultiLanguage(u"[0409]Rotate[0405]Otočit"), aName);
-        const float angle = ReadFloat(aConfig, u"Angle");
+        const float angle = Schema().Read(aConfig, &SRotateSettings::angle);
         if (angle == 90.0f) return HandOut(MultiLanguage(u"[0409]Rotate right[0405]Otočit doprava"), aName);
         if (angle == 270.0f) return HandOut(MultiLanguage(u"[0409]Rotate left[0405]Otočit doleva"), aName);
         // A value beyond the 32-bit range would not convert: show the nearest end instead.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "frame/operation_base.h"
+#include "operations/geometry/geometry_strings.h"
 
 namespace zt {
 
@@ -14,17 +15,14 @@ struct SRotatePlan {
 SRotatePlan PlanRotation(float aAngle, int32_t aExtend, TImageSize aCanvas, TImagePoint aContentOrigin,
                          TImageSize aContentSize);
 
-class CDocumentOperationRasterImageRotate : public IDocumentOperation, public CConfigDescriptorImpl {
+struct SRotateSettings;
+
+class CDocumentOperationRasterImageRotate : public COperation<CDocumentOperationRasterImageRotate> {
 public:
     static constexpr CLSID classId = MakeGuid("c1cfeee0-0e2e-44aa-94e2-7041f8f0c7ae");
-    void* FindInterfaceImpl(const IID& aIID) {
-        return FindInterface<IDocumentOperation, IConfigDescriptor>(this, aIID);
-    }
+    static constexpr uint32_t nameId = IDS_NAME_ROTATE;
+    static const CSchema<SRotateSettings>& Schema();
 
-    HRESULT NameGet(IOperationManager* aManager, ILocalizedString** aName) override;
-    HRESULT ConfigCreate(IOperationManager* aManager, IConfig** aConfig) override;
-    HRESULT CanActivate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
-                        IOperationContext* aContext) override;
     HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,
                      ZTHWND aParentWindow, uint32_t aLanguage) override;
     HRESULT Name(IOperationManager* aManager, IConfig* aConfig, ILocalizedString** aName) override;

@@ -5,6 +5,7 @@
 #include "frame/boundary.h"
 #include "frame/config.h"
 #include "frame/object.h"
+#include "operations/geometry/perspective.h"
 
 namespace zt {
 
@@ -57,17 +58,15 @@ HRESULT CTransformationWrapper::GetControlLines(IEditToolControlLines* aLines) {
 
 HRESULT CTransformationWrapper::ToConfig(IConfig* aConfig) {
     if (!aConfig) return E_POINTER;
-    const char16_t* keys[9] = {u"Mode", u"Pt1X", u"Pt1Y", u"Pt2X", u"Pt2Y", u"Pt3X", u"Pt3Y", u"Pt4X", u"Pt4Y"};
-    TConfigValue values[9];
-    values[0] = ConfigValueEmpty();
-    values[0].eTypeID = ECVTInteger;
-    values[0].iVal = static_cast<int32_t>(mode_);
-    for (int i = 0; i < 8; ++i) {
-        values[i + 1] = ConfigValueEmpty();
-        values[i + 1].eTypeID = ECVTFloat;
-        values[i + 1].fVal = points_[i] / float(i % 2 ? sizeY_ : sizeX_);
-    }
-    return aConfig->ItemValuesSet(9, keys, values);
+    using S = SPerspectiveSettings;
+    float p[8];
+    for (int i = 0; i < 8; ++i) p[i] = points_[i] / float(i % 2 ? sizeY_ : sizeX_);
+    S s{};
+    s.mode = static_cast<int32_t>(mode_);
+    s.pt1x = p[0], s.pt1y = p[1], s.pt2x = p[2], s.pt2y = p[3], s.pt3x = p[4], s.pt3y = p[5], s.pt4x = p[6],
+    s.pt4y = p[7];
+    return CDocumentOperationRasterImagePerspective::Schema().WriteSettings(
+        aConfig, s, &S::mode, &S::pt1x, &S::pt1y, &S::pt2x, &S::pt2y, &S::pt3x, &S::pt3y, &S::pt4x, &S::pt4y);
 }
 
 // ---------------------------------------------------------------- move, scale and rotate
@@ -200,20 +199,14 @@ HRESULT CTransformationWrapperAffine::GetControlLines(IEditToolControlLines* aLi
 
 HRESULT CTransformationWrapperAffine::ToConfig(IConfig* aConfig) {
     if (!aConfig) return E_POINTER;
-    const char16_t* keys[4] = {u"Mode", u"Angle", u"Scale", u"Translation"};
-    TConfigValue values[4];
-    for (auto& v : values) v = ConfigValueEmpty();
-    values[0].eTypeID = ECVTInteger;
-    values[0].iVal = 1;
-    values[1].eTypeID = ECVTFloat;
-    values[1].fVal = angle_;
-    values[2].eTypeID = ECVTVector3;
-    values[2].vecVal[0] = scale_[0];
-    values[2].vecVal[1] = scale_[1];
-    values[3].eTypeID = ECVTVector3;
-    values[3].vecVal[0] = translation_[0];
-    values[3].vecVal[1] = translation_[1];
-    return aConfig->ItemValuesSet(4, keys, values);
+    using S = SPerspectiveSettings;
+    S s{};
+    s.mode = 1;
+    s.angle = angle_;
+    s.scale = {scale_[0], scale_[1], 0.0f};
+    s.translation = {translation_[0], translation_[1], 0.0f};
+    return CDocumentOperationRasterImagePerspective::Schema().WriteSettings(aConfig, s, &S::mode, &S::angle, &S::scale,
+                                                                             &S::translation);
 }
 
 }  // namespace zt

@@ -1,5 +1,5 @@
-// What the shape effects share around their kernels: reaches, the work rectangle, the
-// matrix scales of Transform, and the parts of their preview names.
+// What the shape effects share around their kernels: reaches, the work rectangle and the
+// parts of their preview names.
 #pragma once
 
 #include <cmath>
@@ -32,17 +32,6 @@ struct SWorkRect {
     TImagePoint Origin() const { return {int32_t(x), int32_t(y)}; }
     TImageSize Size() const { return {uint32_t(w), uint32_t(h)}; }
 };
-
-// The axis scales of a matrix and their geometric mean.
-struct SMatrixScale {
-    float sx, sy, s;
-};
-inline SMatrixScale MatrixScale(const TMatrix3x3f& m) {
-    const float sx = std::sqrt(m.m[0] * m.m[0] + m.m[3] * m.m[3]);
-    const float sy = std::sqrt(m.m[1] * m.m[1] + m.m[4] * m.m[4]);
-    return {sx, sy, std::sqrt(sx * sy)};
-}
-inline bool IsUnitScale(float s) { return s > 0.9999f && s < 1.0001f; }
 
 // Moves one side of a rectangle by a reach, held inside the 32-bit plane.
 inline int32_t MoveSide(int32_t aSide, int64_t aBy) {

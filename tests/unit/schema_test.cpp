@@ -138,6 +138,17 @@ TEST(Schema, EveryOperationBuildsItsConfigurationAndNamesEveryOption) {
         const std::string name = GuidToString(*entry.classId);
         ComPtr<IConfig> config;
         ASSERT_EQ(S_OK, op->ConfigCreate(zthost::OperationManager(), config.out())) << name;
+        ComPtr<IOperationSchema> schema = ComPtr<IOperationSchema>::query(op.get());
+        ASSERT_TRUE(schema) << name;
+        for (const zthost::ConfigItemInfo& item : zthost::DescribeConfig(config)) {
+            if (item.kind != zthost::ConfigItemKind::pickOne) continue;
+            CZTStr key(item.key);
+            for (const zthost::ConfigOption* option : item.options) {
+                CZTStr nickname;
+                EXPECT_EQ(S_OK, schema->OptionNickname(key, &option->value, nickname.out()))
+                    << name << " " << Utf16ToUtf8(item.key);
+            }
+        }
     }
 }
 
