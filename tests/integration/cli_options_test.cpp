@@ -2,7 +2,9 @@
 // nicknames, and a failed run printing the reason the operation left.
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "cli_support.h"
 
@@ -93,6 +95,40 @@ TEST_F(OptionsCli, AFailedRunPrintsTheReasonBesideTheResultCode) {
 TEST_F(OptionsCli, HelpTellsThatAnOptionTakesItsName) {
     EXPECT_NE(std::string::npos, Run({"--help"}).out.find("Method=gaussian"));
     EXPECT_NE(std::string::npos, Run({"--help", "--lang", "cs"}).out.find("nebo jménem"));
+}
+
+// The option names a command's help shows: words starting with "-" at the head of a line.
+std::vector<std::string> HelpOptions(const std::string& aHelp) {
+    std::vector<std::string> names;
+    std::istringstream lines(aHelp);
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string word;
+        words >> word;
+        if (line.rfind("  -", 0) == 0) names.push_back(word.back() == ',' ? word.substr(0, word.size() - 1) : word);
+    }
+    return names;
+}
+
+TEST_F(OptionsCli, EveryOptionOfTheHelpIsAcceptedAndEveryOtherIsRefused) {
+    const SResult help = Run({"apply", "--help"});
+    ASSERT_EQ(0, help.status);
+    EXPECT_EQ(help.out, Run({"help", "apply"}).out);
+    const std::vector<std::string> names = HelpOptions(help.out);
+    ASSERT_GE(names.size(), 14u) << help.out;
+    for (const std::string& name : names) {
+        // Given a value that no option takes, a known option complains about the value or
+        // runs; only an unknown one is refused as unknown.
+        const SResult r = Run({"apply", "ShiftHue", name, "x", Sample(), "-o", Path("out.png")});
+        EXPECT_EQ(std::string::npos, r.err.find("unknown option")) << name << ": " << r.err;
+    }
+    const SResult unknown = Run({"apply", "ShiftHue", "--thread", "2", Sample(), "-o", Path("out.png")});
+    EXPECT_EQ(2, unknown.status);
+    EXPECT_NE(std::string::npos, unknown.err.find("unknown option \"--thread\"")) << unknown.err;
+    const SResult describe = Run({"describe", "--help", "--lang", "cs"});
+    EXPECT_EQ(0, describe.status);
+    EXPECT_NE(std::string::npos, describe.out.find("--json")) << describe.out;
+    EXPECT_NE(std::string::npos, describe.out.find("Volby:")) << describe.out;
 }
 
 }  // namespace
