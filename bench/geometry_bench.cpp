@@ -6,6 +6,7 @@
 #include <cmath>
 #include <vector>
 
+#include "operations/geometry/transformers.h"
 #include "operations/geometry/resample_kernels.h"
 #include "operations/geometry/rotate.h"
 #include "operations/geometry/transform_kernels.h"
@@ -40,7 +41,7 @@ void Resample(benchmark::State& state, uint32_t aTarget, bool aCubic, bool aGamm
     const TPixelChannel fill{};
     for (auto _ : state) {
         // The helper's direct case: whole image in, whole scaled image out, tables per call.
-        zt::resample::CoverageProcessTile(setup, 1, aGamma ? 2.2f : 1.0f, &fill, &m, src.data(), {0, 0},
+        zt::CResamplingHelperCoverage(setup.sourceSize, setup.targetSize, setup.cubic).ProcessTile(1, aGamma ? 2.2f : 1.0f, &fill, &m, src.data(), {0, 0},
                                           {kSide, kSide}, {1, kSide}, dst.data(), {0, 0}, {aTarget, aTarget},
                                           {1, aTarget});
         benchmark::DoNotOptimize(dst.data());
@@ -53,7 +54,7 @@ void Rotate(benchmark::State& state, bool aGamma) {
     std::vector<TPixelChannel> dst(size_t(plan.canvas.nX) * plan.canvas.nY);
     const TPixelChannel fill{};
     for (auto _ : state) {
-        zt::transform::RotateProcessTile(aGamma ? 2.2f : 1.0f, &fill, &plan.matrix, src.data(), {0, 0},
+        zt::CTransformHelperRotate().ProcessTile(1, aGamma ? 2.2f : 1.0f, &fill, &plan.matrix, src.data(), {0, 0},
                                          {kSide, kSide}, {1, kSide}, dst.data(), {0, 0}, plan.canvas,
                                          {1, plan.canvas.nX});
         benchmark::DoNotOptimize(dst.data());

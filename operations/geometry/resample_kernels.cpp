@@ -142,6 +142,87 @@ EFilter ChooseFilter(uint32_t aS, uint32_t aD, bool aCubic) {
     return aCubic ? EFilter::cubic : EFilter::linear;
 }
 
+CFilterReader::CFilterReader(EFilter aFilter, const std::vector<uint32_t>& aTable, uint32_t aSources)
+    : filter_(aFilter), t_(aTable.data()), end_(aTable.data() + aTable.size()), last_(aSources - 1) {
+    // Linear and reduction start with source 0 behind them, cubic with 0, 0, 1 in its window
+    // and source 3 the next to enter.
+    next_ = filter_ == EFilter::cubic ? 3 : 1;
+}
+
+bool CFilterReader::Next(STaps& aTaps) {
+    switch (filter_) {
+        case EFilter::linear:
+            if (left_ == 0) {
+                if (t_ >= end_ || (left_ = *t_++) == 0) return false;
+                window_[0] = window_[1];
+                window_[1] = Clamp(next_++);
+            }
+            if (t_ >= end_) return false;
+            --left_;
+            aTaps.count = 2;
+            aTaps.index[0] = window_[0];
+            aTaps.index[1] = window_[1];
+            aTaps.weight[1] = *t_++;
+            aTaps.weight[0] = 256 - aTaps.weight[1];
+            return true;
+        case EFilter::cubic:
+            if (left_ == 0) {
+                if (t_ >= end_) return false;
+                // A 0 before a count: the window's last source stays (nothing is left to fetch).
+                bool repeat = false;
+                if ((left_ = *t_++) == 0) {
+                    repeat = true;
+                    if (t_ >= end_ || (left_ = *t_++) == 0) return false;
+                }
+                if (first_) {
+                    window_[0] = window_[1] = 0;
+                    window_[2] = 1;
+                    window_[3] = repeat ? 1 : Clamp(2);
+                    first_ = false;
+                } else {
+                    window_[0] = window_[1];
+                    window_[1] = window_[2];
+                    window_[2] = window_[3];
+                    if (!repeat) window_[3] = Clamp(next_++);
+                }
+            }
+            if (end_ - t_ < 4) return false;
+            --left_;
+            aTaps.count = 4;
+            for (int j = 0; j < 4; ++j) {
+                aTaps.index[j] = window_[j];
+                aTaps.weight[j] = *t_++;
+            }
+            return true;
+        case EFilter::reduction: {
+            if (t_ >= end_) return false;
+            const uint32_t n = *t_++;
+            if (n) {
+                if (end_ - t_ < 3) return false;
+                aTaps.count = 0;
+                aTaps.index[0] = window_[0];
+                aTaps.weight[0] = t_[0];
+                aTaps.weight[1] = t_[1];
+                aTaps.total = t_[2];
+                t_ += 3;
+                aTaps.mids = n;
+                aTaps.mid = next_;
+                next_ += n;
+                aTaps.index[1] = window_[0] = Clamp(next_++);
+            } else {
+                if (t_ >= end_) return false;
+                aTaps.count = 2;
+                aTaps.index[0] = window_[0];
+                aTaps.index[1] = window_[0] = Clamp(next_++);
+                aTaps.weight[0] = *t_++;
+                aTaps.weight[1] = 256 - aTaps.weight[0];
+            }
+            return true;
+        }
+        default: return false;
+    }
+}
+
 bool UsesGamma(float aGamma) { return aGamma != 1.0f && aGamma > 0.1f && aGamma < 10.0f; }
 
 void MakeGammaTables(float aGamma, SGammaTables& aTables) {
@@ -183,11 +264,45 @@ public:
     }
 
     void Run() {
-        switch (fy_) {
-            case EFilter::none: ColumnNone(); break;
-            case EFilter::linear: ColumnLinear(); break;
-            case EFilter::cubic: ColumnCubic(); break;
-            case EFilter::reduction: ColumnReduction(); break;
+        if (fy_ == EFilter::none) {
+            ColumnNone();
+            return;
+        }
+        // Row stages of the last four source rows the table asked for, by row index: the taps
+        // of one target read at most four successive rows, so they never evict each other.
+        const size_t len = size_t(ds_.nX) * 4;
+        std::vector<T> ring(4 * len);
+        uint32_t held[4] = {UINT32_MAX, UINT32_MAX, UINT32_MAX, UINT32_MAX};
+        auto row = [&](uint32_t aIndex) -> const T* {
+            T* slot = ring.data() + (aIndex & 3) * len;
+            if (held[aIndex & 3] != aIndex) {
+                RowStage(aIndex, slot);
+                held[aIndex & 3] = aIndex;
+            }
+            return slot;
+        };
+        std::vector<T> mid;
+        std::vector<uint64_t> acc;
+        CFilterReader reader(fy_, yt_, ss_.nY);
+        STaps k;
+        for (uint32_t y = 0; reader.Next(k); ++y) {
+            if (k.count) {
+                const T* rows[4];
+                for (uint32_t j = 0; j < k.count; ++j) rows[j] = row(k.index[j]);
+                OutputColumn(rows, k.weight, int(k.count), TargetRow(y));
+                continue;
+            }
+            mid.resize(len);
+            acc.resize(len);
+            const T* first = row(k.index[0]);
+            for (size_t i = 0; i < len; ++i) acc[i] = uint64_t(first[i]) * k.weight[0];
+            for (uint32_t m = 0; m < k.mids; ++m) {
+                RowStage(reader.Clamp(k.mid + m), mid.data());
+                for (size_t i = 0; i < len; ++i) acc[i] += uint64_t(mid[i]) << 8;
+            }
+            const T* last = row(k.index[1]);
+            for (size_t i = 0; i < len; ++i) acc[i] += uint64_t(last[i]) * k.weight[1];
+            OutputSpan(acc.data(), k.total, TargetRow(y));
         }
     }
 
@@ -220,99 +335,40 @@ private:
             p[3] = a;
         }
         const T* pre = pre_.data();
-        const uint32_t S = ss_.nX;
-        switch (fx_) {
-            case EFilter::none:
-                for (uint32_t x = 0; x < ds_.nX; ++x) {
-                    const T* q = pre + (S == 1 ? 0 : size_t(x) * 4);
-                    for (int c = 0; c < 4; ++c) aOut[4 * size_t(x) + c] = q[c] << 8;
-                }
-                break;
-            case EFilter::linear: {
-                const uint32_t* t = xt_.data();
-                const T* later = pre;
-                const T* earlier = pre;
-                uint32_t next = 1;
-                T* o = aOut;
-                for (uint32_t n; (n = *t++) != 0;) {
-                    earlier = later;
-                    later = pre + 4 * size_t(std::min(next++, S - 1));
-                    for (; n; --n, o += 4) {
-                        const T w = *t++, v = 256 - w;
-                        for (int c = 0; c < 4; ++c) o[c] = earlier[c] * v + later[c] * w;
-                    }
-                }
-                break;
+        if (fx_ == EFilter::none) {
+            for (uint32_t x = 0; x < ds_.nX; ++x) {
+                const T* q = pre + (ss_.nX == 1 ? 0 : size_t(x) * 4);
+                for (int c = 0; c < 4; ++c) aOut[4 * size_t(x) + c] = q[c] << 8;
             }
-            case EFilter::cubic: {
-                const uint32_t* t = xt_.data();
-                const T* win[4];
-                bool first = true;
-                uint32_t next = 3;
-                T* o = aOut;
-                for (;;) {
-                    uint32_t n = *t++;
-                    bool repeat = false;
-                    if (n == 0) {
-                        repeat = true;
-                        n = *t++;
-                    }
-                    if (n == 0) break;
-                    if (first) {
-                        win[0] = win[1] = pre;
-                        win[2] = pre + 4;
-                        win[3] = repeat ? win[2] : pre + 4 * size_t(std::min(2u, S - 1));
-                        first = false;
-                    } else {
-                        win[0] = win[1];
-                        win[1] = win[2];
-                        win[2] = win[3];
-                        // The table never asks past the last pixel; the guard keeps a bad stream inside.
-                        if (!repeat) win[3] = pre + 4 * size_t(std::min(next++, S - 1));
-                    }
-                    for (; n; --n, o += 4, t += 4) {
-                        for (int c = 0; c < 4; ++c)
-                            o[c] = win[0][c] * t[0] + win[1][c] * t[1] + win[2][c] * t[2] + win[3][c] * t[3];
-                    }
+            return;
+        }
+        CFilterReader reader(fx_, xt_, ss_.nX);
+        STaps k;
+        for (T* o = aOut; reader.Next(k); o += 4) {
+            if (k.count) {
+                const T* p0 = pre + 4 * size_t(k.index[0]);
+                for (int c = 0; c < 4; ++c) o[c] = p0[c] * T(k.weight[0]);
+                for (uint32_t j = 1; j < k.count; ++j) {
+                    const T* pj = pre + 4 * size_t(k.index[j]);
+                    for (int c = 0; c < 4; ++c) o[c] += pj[c] * T(k.weight[j]);
                 }
-                break;
+                continue;
             }
-            case EFilter::reduction: {
-                const uint32_t* t = xt_.data();
-                const uint32_t* end = t + xt_.size();
-                const T* earlier = pre;
-                uint32_t next = 1;
-                T* o = aOut;
-                while (t < end) {
-                    const uint32_t n = *t++;
-                    if (n) {
-                        const uint64_t wFirst = t[0], wLast = t[1], total = t[2];
-                        t += 3;
-                        // The sums pass 32 bits for long spans: 64-bit accumulators here.
-                        uint64_t acc[4];
-                        for (int c = 0; c < 4; ++c) acc[c] = uint64_t(earlier[c]) * wFirst;
-                        for (uint32_t m = 0; m < n; ++m) {
-                            const T* mid = pre + 4 * size_t(std::min(next++, S - 1));
-                            for (int c = 0; c < 4; ++c) acc[c] += uint64_t(mid[c]) << 8;
-                        }
-                        const T* last = pre + 4 * size_t(std::min(next++, S - 1));
-                        for (int c = 0; c < 4; ++c) acc[c] += uint64_t(last[c]) * wLast;
-                        if (acc[3] == 0) {
-                            for (int c = 0; c < 4; ++c) o[c] = 0;
-                        } else {
-                            const uint64_t m = Reciprocal(total);
-                            for (int c = 0; c < 4; ++c) o[c] = T(DivideBy((total >> 1) + (acc[c] << 8), total, m));
-                        }
-                        earlier = last;
-                    } else {
-                        const T w = *t++, v = 256 - w;
-                        const T* later = pre + 4 * size_t(std::min(next++, S - 1));
-                        for (int c = 0; c < 4; ++c) o[c] = earlier[c] * w + later[c] * v;
-                        earlier = later;
-                    }
-                    o += 4;
-                }
-                break;
+            // A span: the sums pass 32 bits for long ones, 64-bit accumulators here.
+            const T* first = pre + 4 * size_t(k.index[0]);
+            uint64_t acc[4];
+            for (int c = 0; c < 4; ++c) acc[c] = uint64_t(first[c]) * k.weight[0];
+            for (uint32_t m = 0; m < k.mids; ++m) {
+                const T* mid = pre + 4 * size_t(reader.Clamp(k.mid + m));
+                for (int c = 0; c < 4; ++c) acc[c] += uint64_t(mid[c]) << 8;
+            }
+            const T* last = pre + 4 * size_t(k.index[1]);
+            for (int c = 0; c < 4; ++c) acc[c] += uint64_t(last[c]) * k.weight[1];
+            if (acc[3] == 0) {
+                for (int c = 0; c < 4; ++c) o[c] = 0;
+            } else {
+                const uint64_t total = k.total, m = Reciprocal(total);
+                for (int c = 0; c < 4; ++c) o[c] = T(DivideBy((total >> 1) + (acc[c] << 8), total, m));
             }
         }
     }
@@ -413,117 +469,22 @@ private:
         }
     }
 
-    void ColumnLinear() {
-        const size_t len = size_t(ds_.nX) * 4;
-        std::vector<T> ring(2 * len);
-        auto slot = [&](uint32_t r) { return ring.data() + (r & 1) * len; };
-        const uint32_t S = ss_.nY;
-        RowStage(0, slot(0));
-        uint32_t later = 0, next = 1, y = 0;
-        const uint32_t* t = yt_.data();
-        for (uint32_t n; (n = *t++) != 0;) {
-            const uint32_t earlier = later;
-            later = std::min(next++, S - 1);
-            if (later != earlier) RowStage(later, slot(later));
-            const T* rows[2] = {slot(earlier), slot(later)};
-            for (; n; --n, ++y) {
-                const uint32_t w[2] = {256 - *t, *t};
-                ++t;
-                OutputColumn(rows, w, 2, TargetRow(y));
+    // A column span's sums over its total.
+    void OutputSpan(const uint64_t* aAcc, uint64_t aTotal, TPixelChannel* aOut) const {
+        const uint64_t totalM = Reciprocal(aTotal);
+        for (uint32_t x = 0; x < ds_.nX; ++x) {
+            const uint64_t* v = aAcc + 4 * size_t(x);
+            TPixelChannel& px = aOut[x];
+            const uint64_t alpha = DivideBy(v[3], aTotal, totalM) >> 8;
+            if (alpha == 0) {
+                px.n = 0;
+                continue;
             }
-        }
-    }
-
-    void ColumnCubic() {
-        const size_t len = size_t(ds_.nX) * 4;
-        std::vector<T> ring(4 * len);
-        auto slot = [&](uint32_t r) { return ring.data() + (r & 3) * len; };
-        const uint32_t S = ss_.nY;
-        uint32_t win[4];
-        uint32_t next = 3, y = 0;
-        bool first = true;
-        const uint32_t* t = yt_.data();
-        for (;;) {
-            uint32_t n = *t++;
-            bool repeat = false;
-            if (n == 0) {
-                repeat = true;
-                n = *t++;
-            }
-            if (n == 0) break;
-            if (first) {
-                RowStage(0, slot(0));
-                RowStage(1, slot(1));
-                win[0] = win[1] = 0;
-                win[2] = 1;
-                if (repeat || S < 3) {
-                    win[3] = 1;
-                } else {
-                    win[3] = 2;
-                    RowStage(2, slot(2));
-                }
-                first = false;
-            } else {
-                win[0] = win[1];
-                win[1] = win[2];
-                win[2] = win[3];
-                if (!repeat && next < S) {
-                    win[3] = next++;
-                    RowStage(win[3], slot(win[3]));
-                }
-            }
-            const T* rows[4] = {slot(win[0]), slot(win[1]), slot(win[2]), slot(win[3])};
-            for (; n; --n, ++y, t += 4) OutputColumn(rows, t, 4, TargetRow(y));
-        }
-    }
-
-    void ColumnReduction() {
-        const size_t len = size_t(ds_.nX) * 4;
-        std::vector<T> a(len), b(len);
-        std::vector<uint64_t> acc(len);
-        T* earlier = a.data();
-        T* current = b.data();
-        const uint32_t S = ss_.nY;
-        RowStage(0, earlier);
-        uint32_t next = 1;
-        const uint32_t* t = yt_.data();
-        const uint32_t* end = t + yt_.size();
-        for (uint32_t y = 0; t < end; ++y) {
-            const uint32_t n = *t++;
-            TPixelChannel* out = TargetRow(y);
-            if (n) {
-                const uint64_t wFirst = t[0], wLast = t[1], total = t[2];
-                t += 3;
-                for (size_t i = 0; i < len; ++i) acc[i] = uint64_t(earlier[i]) * wFirst;
-                for (uint32_t m = 0; m < n; ++m) {
-                    RowStage(std::min(next++, S - 1), current);
-                    for (size_t i = 0; i < len; ++i) acc[i] += uint64_t(current[i]) << 8;
-                }
-                RowStage(std::min(next++, S - 1), current);
-                for (size_t i = 0; i < len; ++i) acc[i] += uint64_t(current[i]) * wLast;
-                const uint64_t totalM = Reciprocal(total);
-                for (uint32_t x = 0; x < ds_.nX; ++x) {
-                    const uint64_t* v = acc.data() + 4 * size_t(x);
-                    TPixelChannel& px = out[x];
-                    const uint64_t alpha = DivideBy(v[3], total, totalM) >> 8;
-                    if (alpha == 0) {
-                        px.n = 0;
-                        continue;
-                    }
-                    const uint64_t m = Reciprocal(v[3]);
-                    px.bB = Encode(DivideBy(v[0], v[3], m));
-                    px.bG = Encode(DivideBy(v[1], v[3], m));
-                    px.bR = Encode(DivideBy(v[2], v[3], m));
-                    px.bA = static_cast<uint8_t>(std::min<uint64_t>(alpha, 255));
-                }
-            } else {
-                const uint32_t w[2] = {*t, 256 - *t};
-                ++t;
-                RowStage(std::min(next++, S - 1), current);
-                const T* rows[2] = {earlier, current};
-                OutputColumn(rows, w, 2, out);
-            }
-            std::swap(earlier, current);
+            const uint64_t m = Reciprocal(v[3]);
+            px.bB = Encode(DivideBy(v[0], v[3], m));
+            px.bG = Encode(DivideBy(v[1], v[3], m));
+            px.bR = Encode(DivideBy(v[2], v[3], m));
+            px.bA = static_cast<uint8_t>(std::min<uint64_t>(alpha, 255));
         }
     }
 
@@ -565,111 +526,97 @@ void Resample(const TPixelChannel* aSource, TImageSize aSourceSize, uint32_t aSo
 
 // ---------------------------------------------------------------- copying and the entries
 
-void CopyWithBorder(const TPixelChannel* aSource, TImagePoint aSourceOrigin, TImageSize aSourceSize,
-                    TImageStride aSourceStride, TPixelChannel* aTarget, TImagePoint aTargetOrigin,
-                    TImageSize aTargetSize, TImageStride aTargetStride, TPixelChannel aDefault) {
-    const int64_t tx0 = aTargetOrigin.nX, ty0 = aTargetOrigin.nY;
-    const int64_t tx1 = tx0 + aTargetSize.nX, ty1 = ty0 + aTargetSize.nY;
-    const int64_t ox0 = std::max<int64_t>(tx0, aSourceOrigin.nX), oy0 = std::max<int64_t>(ty0, aSourceOrigin.nY);
-    const int64_t ox1 = std::min<int64_t>(tx1, int64_t(aSourceOrigin.nX) + aSourceSize.nX);
-    const int64_t oy1 = std::min<int64_t>(ty1, int64_t(aSourceOrigin.nY) + aSourceSize.nY);
+void CopyWithBorder(const SSourcePixels& aSource, const STargetPixels& aTarget, TPixelChannel aFill) {
+    const int64_t tx0 = aTarget.origin.nX, ty0 = aTarget.origin.nY;
+    const int64_t tx1 = tx0 + aTarget.size.nX, ty1 = ty0 + aTarget.size.nY;
+    const int64_t sx0 = aSource.origin.nX, sy0 = aSource.origin.nY;
+    const int64_t ox0 = std::max(tx0, sx0), oy0 = std::max(ty0, sy0);
+    const int64_t ox1 = std::min<int64_t>(tx1, sx0 + aSource.size.nX);
+    const int64_t oy1 = std::min<int64_t>(ty1, sy0 + aSource.size.nY);
     const bool overlap = ox0 < ox1 && oy0 < oy1;
+    const size_t tStep = aTarget.stride.nX, sStep = aSource.stride.nX;
     for (int64_t y = ty0; y < ty1; ++y) {
-        TPixelChannel* d = aTarget + size_t(y - ty0) * aTargetStride.nY;
+        TPixelChannel* d = aTarget.Row(size_t(y - ty0));
         if (!overlap || y < oy0 || y >= oy1) {
-            for (int64_t x = 0; x < tx1 - tx0; ++x) d[size_t(x) * aTargetStride.nX] = aDefault;
+            for (int64_t x = 0; x < tx1 - tx0; ++x) d[size_t(x) * tStep] = aFill;
             continue;
         }
-        for (int64_t x = tx0; x < ox0; ++x) d[size_t(x - tx0) * aTargetStride.nX] = aDefault;
-        const TPixelChannel* s = aSource + size_t(y - aSourceOrigin.nY) * aSourceStride.nY;
-        if (aTargetStride.nX == 1 && aSourceStride.nX == 1) {
-            std::memcpy(d + (ox0 - tx0), s + (ox0 - aSourceOrigin.nX), size_t(ox1 - ox0) * sizeof(TPixelChannel));
+        for (int64_t x = tx0; x < ox0; ++x) d[size_t(x - tx0) * tStep] = aFill;
+        const TPixelChannel* s = aSource.Row(size_t(y - sy0));
+        if (tStep == 1 && sStep == 1) {
+            std::memcpy(d + (ox0 - tx0), s + (ox0 - sx0), size_t(ox1 - ox0) * sizeof(TPixelChannel));
         } else {
-            for (int64_t x = ox0; x < ox1; ++x)
-                d[size_t(x - tx0) * aTargetStride.nX] = s[size_t(x - aSourceOrigin.nX) * aSourceStride.nX];
+            for (int64_t x = ox0; x < ox1; ++x) d[size_t(x - tx0) * tStep] = s[size_t(x - sx0) * sStep];
         }
-        for (int64_t x = ox1; x < tx1; ++x) d[size_t(x - tx0) * aTargetStride.nX] = aDefault;
+        for (int64_t x = ox1; x < tx1; ++x) d[size_t(x - tx0) * tStep] = aFill;
     }
 }
 
-HRESULT NearestProcessTile(const TPixelChannel* aDefault, const TMatrix3x3f* aMatrix, const TPixelChannel* aSource,
-                           TImagePoint aSourceOrigin, TImageSize aSourceSize, TImageStride aSourceStride,
-                           TPixelChannel* aTarget, TImagePoint aTargetOrigin, TImageSize aTargetSize,
-                           TImageStride aTargetStride) {
-    if (!aDefault || !aMatrix || !aSource || !aTarget) return E_POINTER;
-    const float* m = aMatrix->m;
+SNearestSteps NearestSteps(const TMatrix3x3f& aMatrix) {
+    const float* m = aMatrix.m;
     const float sx = std::sqrt(m[0] * m[0] + m[3] * m[3]);
     const float sy = std::sqrt(m[1] * m[1] + m[4] * m[4]);
-    const int64_t one = int64_t(1) << 28;
-    const int64_t stepX = static_cast<int64_t>(double(float(one) / sx) + 0.5);
-    const int64_t stepY = static_cast<int64_t>(double(float(one) / sy) + 0.5);
-    if (stepX <= 0 || stepY <= 0) return E_INVALIDARG;
-    const int64_t xFirst = (int64_t(aSourceOrigin.nX) * one - 1 + stepX) / stepX;
-    const int64_t xEnd = ((int64_t(aSourceOrigin.nX) + aSourceSize.nX) * one - 1 + stepX) / stepX;
-    const int64_t yFirst = (int64_t(aSourceOrigin.nY) * one - 1 + stepY) / stepY;
-    const int64_t yEnd = ((int64_t(aSourceOrigin.nY) + aSourceSize.nY) * one - 1 + stepY) / stepY;
-    const TPixelChannel fill = *aDefault;
-    for (uint32_t j = 0; j < aTargetSize.nY; ++j) {
-        const int64_t y = int64_t(aTargetOrigin.nY) + j;
-        TPixelChannel* d = aTarget + size_t(j) * aTargetStride.nY;
+    const float one = float(int64_t(1) << 28);
+    return {static_cast<int64_t>(double(one / sx) + 0.5), static_cast<int64_t>(double(one / sy) + 0.5)};
+}
+
+void NearestTile(SNearestSteps aSteps, TPixelChannel aFill, const SSourcePixels& aSource,
+                 const STargetPixels& aTarget) {
+    const int64_t one = int64_t(1) << 28, stepX = aSteps.x, stepY = aSteps.y;
+    const int64_t xFirst = (int64_t(aSource.origin.nX) * one - 1 + stepX) / stepX;
+    const int64_t xEnd = ((int64_t(aSource.origin.nX) + aSource.size.nX) * one - 1 + stepX) / stepX;
+    const int64_t yFirst = (int64_t(aSource.origin.nY) * one - 1 + stepY) / stepY;
+    const int64_t yEnd = ((int64_t(aSource.origin.nY) + aSource.size.nY) * one - 1 + stepY) / stepY;
+    const size_t tStep = aTarget.stride.nX, sStep = aSource.stride.nX;
+    for (uint32_t j = 0; j < aTarget.size.nY; ++j) {
+        const int64_t y = int64_t(aTarget.origin.nY) + j;
+        TPixelChannel* d = aTarget.Row(j);
         if (y < yFirst || y >= yEnd) {
-            for (uint32_t i = 0; i < aTargetSize.nX; ++i) d[size_t(i) * aTargetStride.nX] = fill;
+            for (uint32_t i = 0; i < aTarget.size.nX; ++i) d[size_t(i) * tStep] = aFill;
             continue;
         }
         // Centre sampling can land one past the last row or column: keep it on the edge.
-        const int64_t sr = std::clamp<int64_t>(((y * stepY + stepY / 2) >> 28) - aSourceOrigin.nY, 0,
-                                               int64_t(aSourceSize.nY) - 1);
-        const TPixelChannel* s = aSource + size_t(sr) * aSourceStride.nY;
-        for (uint32_t i = 0; i < aTargetSize.nX; ++i) {
-            const int64_t x = int64_t(aTargetOrigin.nX) + i;
+        const int64_t sr = std::clamp<int64_t>(((y * stepY + stepY / 2) >> 28) - aSource.origin.nY, 0,
+                                               int64_t(aSource.size.nY) - 1);
+        const TPixelChannel* s = aSource.Row(size_t(sr));
+        for (uint32_t i = 0; i < aTarget.size.nX; ++i) {
+            const int64_t x = int64_t(aTarget.origin.nX) + i;
             if (x < xFirst || x >= xEnd) {
-                d[size_t(i) * aTargetStride.nX] = fill;
+                d[size_t(i) * tStep] = aFill;
                 continue;
             }
-            const int64_t sc = std::clamp<int64_t>(((x * stepX + stepX / 2) >> 28) - aSourceOrigin.nX, 0,
-                                                   int64_t(aSourceSize.nX) - 1);
-            d[size_t(i) * aTargetStride.nX] = s[size_t(sc) * aSourceStride.nX];
+            const int64_t sc = std::clamp<int64_t>(((x * stepX + stepX / 2) >> 28) - aSource.origin.nX, 0,
+                                                   int64_t(aSource.size.nX) - 1);
+            d[size_t(i) * tStep] = s[size_t(sc) * sStep];
         }
     }
-    return S_OK;
 }
 
-HRESULT CoverageProcessTile(const SCoverageSetup& aSetup, uint32_t aChannelCount, float aGamma,
-                            const TPixelChannel* aDefault, const TMatrix3x3f* aMatrix, const TPixelChannel* aSource,
-                            TImagePoint aSourceOrigin, TImageSize aSourceSize, TImageStride aSourceStride,
-                            TPixelChannel* aTarget, TImagePoint aTargetOrigin, TImageSize aTargetSize,
-                            TImageStride aTargetStride) {
-    if (aChannelCount != 1) return E_NOTIMPL;
-    if (!aDefault || !aMatrix || !aSource || !aTarget) return E_POINTER;
-    // A row stride shorter than a row would make rows overlap: the array is too small.
-    if (aTargetSize.nX && (aTargetStride.nX == 0 || aTargetStride.nY < uint64_t(aTargetSize.nX - 1) * aTargetStride.nX + 1))
-        return E_FAIL;
-    const float* m = aMatrix->m;
+void CoverageTile(const SCoverageSetup& aSetup, float aGamma, TPixelChannel aFill, const TMatrix3x3f& aMatrix,
+                  const SSourcePixels& aSource, const STargetPixels& aTarget) {
+    const float* m = aMatrix.m;
     SGammaTables tables;
     const SGammaTables* gamma = nullptr;
     if (UsesGamma(aGamma)) {
         MakeGammaTables(aGamma, tables);
         gamma = &tables;
     }
-    const bool direct = aSourceOrigin.nX == 0 && aSourceOrigin.nY == 0 &&
-                        aSourceSize.nX == aSetup.sourceSize.nX && aSourceSize.nY == aSetup.sourceSize.nY &&
-                        aSourceStride.nX == 1 && aTargetOrigin.nX == 0 && aTargetOrigin.nY == 0 &&
-                        aTargetSize.nX == static_cast<uint32_t>(aSetup.sourceSize.nX * m[0] + 0.5f) &&
-                        aTargetSize.nY == static_cast<uint32_t>(aSetup.sourceSize.nY * m[4] + 0.5f) &&
-                        aTargetStride.nX == 1;
-    if (direct) {
-        Resample(aSource, aSourceSize, aSourceStride.nY, aTarget, aTargetSize, aTargetStride.nY, aSetup.cubic, gamma);
-        return S_OK;
-    }
     const TImageSize ss = aSetup.sourceSize, ts = aSetup.targetSize;
+    const bool direct = aSource.origin.nX == 0 && aSource.origin.nY == 0 && aSource.size.nX == ss.nX &&
+                        aSource.size.nY == ss.nY && aSource.stride.nX == 1 && aTarget.origin.nX == 0 &&
+                        aTarget.origin.nY == 0 && aTarget.size.nX == static_cast<uint32_t>(ss.nX * m[0] + 0.5f) &&
+                        aTarget.size.nY == static_cast<uint32_t>(ss.nY * m[4] + 0.5f) && aTarget.stride.nX == 1;
+    if (direct) {
+        Resample(aSource.pixels, aSource.size, aSource.stride.nY, aTarget.pixels, aTarget.size, aTarget.stride.nY,
+                 aSetup.cubic, gamma);
+        return;
+    }
     std::vector<TPixelChannel> whole(size_t(ss.nX) * ss.nY);
-    CopyWithBorder(aSource, aSourceOrigin, aSourceSize, aSourceStride, whole.data(), {0, 0}, ss, {1, ss.nX},
-                   *aDefault);
+    CopyWithBorder(aSource, {whole.data(), {0, 0}, ss, {1, ss.nX}}, aFill);
     std::vector<TPixelChannel> scaled(size_t(ts.nX) * ts.nY);
     Resample(whole.data(), ss, ss.nX, scaled.data(), ts, ts.nX, aSetup.cubic, gamma);
     const TImagePoint at{static_cast<int32_t>(m[6] + 0.5f), static_cast<int32_t>(m[7] + 0.5f)};
-    CopyWithBorder(scaled.data(), at, ts, {1, ts.nX}, aTarget, aTargetOrigin, aTargetSize, aTargetStride, *aDefault);
-    return S_OK;
+    CopyWithBorder({scaled.data(), at, ts, {1, ts.nX}}, aTarget, aFill);
 }
 
 }  // namespace zt::resample

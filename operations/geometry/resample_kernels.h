@@ -1,12 +1,13 @@
 // Resampling kernels: nearest-pixel sampling, and coverage resampling (box average when an
 // axis shrinks, 2-tap linear or 4-tap cubic B-spline when it grows) driven by streamed
-// integer filter tables. Pure functions over pixel arrays; no interfaces.
+// integer filter tables. Pure functions over pixel regions; no interfaces.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
 #include "frame/host.h"
+#include "pixel/region.h"
 
 namespace zt::resample {
 
@@ -25,6 +26,38 @@ enum class EFilter { none, linear, cubic, reduction };
 // Which filter an axis takes; S = 1 or S = D need none.
 EFilter ChooseFilter(uint32_t aS, uint32_t aD, bool aCubic);
 
+// One target's taps as a table gives them: count 2 or 4 sources index[j] with weight[j] (in
+// 1/256); or, count 0, a span when shrinking: source index[0] with weight[0], then mids
+// sources from mid on (each clamped, weight 256), then source index[1] with weight[1], all
+// over total.
+struct STaps {
+    uint32_t count;
+    uint32_t index[4];
+    uint32_t weight[4];
+    uint32_t mids, mid, total;
+};
+
+// The one reader of the filter tables: walks a table front to back, one target at a time,
+// keeping the window of sources the stream moves along. Stops at the table's end whatever
+// the table holds.
+class CFilterReader {
+public:
+    CFilterReader(EFilter aFilter, const std::vector<uint32_t>& aTable, uint32_t aSources);
+    bool Next(STaps& aTaps);
+    // A source index held to the last source.
+    uint32_t Clamp(uint32_t aIndex) const { return aIndex < last_ ? aIndex : last_; }
+
+private:
+    EFilter filter_;
+    const uint32_t* t_;
+    const uint32_t* end_;
+    uint32_t last_;
+    uint32_t next_;       // the next source to enter the window
+    uint32_t left_ = 0;   // targets left in the current group
+    bool first_ = true;
+    uint32_t window_[4] = {0, 0, 0, 0};
+};
+
 // ---- gamma tables of one resampling
 
 struct SGammaTables {
@@ -40,28 +73,30 @@ void MakeGammaTables(float aGamma, SGammaTables& aTables);
 void Resample(const TPixelChannel* aSource, TImageSize aSourceSize, uint32_t aSourceRow, TPixelChannel* aTarget,
               TImageSize aTargetSize, uint32_t aTargetRow, bool aCubic, const SGammaTables* aGamma);
 
-// Moves a rectangle between arrays placed on the canvas, filling what the source does not
-// cover with aDefault.
-void CopyWithBorder(const TPixelChannel* aSource, TImagePoint aSourceOrigin, TImageSize aSourceSize,
-                    TImageStride aSourceStride, TPixelChannel* aTarget, TImagePoint aTargetOrigin,
-                    TImageSize aTargetSize, TImageStride aTargetStride, TPixelChannel aDefault);
+// Moves a region into another placed on the canvas, filling what the source does not cover
+// with aFill.
+void CopyWithBorder(const SSourcePixels& aSource, const STargetPixels& aTarget, TPixelChannel aFill);
 
-// ---- the two ProcessTile bodies
+// ---- the tiles (the checks of the tile contract are the caller's)
 
-HRESULT NearestProcessTile(const TPixelChannel* aDefault, const TMatrix3x3f* aMatrix, const TPixelChannel* aSource,
-                           TImagePoint aSourceOrigin, TImageSize aSourceSize, TImageStride aSourceStride,
-                           TPixelChannel* aTarget, TImagePoint aTargetOrigin, TImageSize aTargetSize,
-                           TImageStride aTargetStride);
+// Nearest pixel: the source step per target pixel in 2^-28 pixel, from the axis scales of the
+// matrix. A step of 0 or less cannot be walked.
+struct SNearestSteps {
+    int64_t x, y;
+};
+SNearestSteps NearestSteps(const TMatrix3x3f& aMatrix);
+void NearestTile(SNearestSteps aSteps, TPixelChannel aFill, const SSourcePixels& aSource,
+                 const STargetPixels& aTarget);
 
+// Coverage: the whole image resampled at once when the tile is the whole image at the origin,
+// otherwise the tile is placed in a whole image of aFill, resampled, and the target cut out
+// at the matrix's translation. Throws std::bad_alloc.
 struct SCoverageSetup {
     TImageSize sourceSize;  // the whole image before scaling
     TImageSize targetSize;  // the scaled image (not the canvas)
     bool cubic;
 };
-HRESULT CoverageProcessTile(const SCoverageSetup& aSetup, uint32_t aChannelCount, float aGamma,
-                            const TPixelChannel* aDefault, const TMatrix3x3f* aMatrix, const TPixelChannel* aSource,
-                            TImagePoint aSourceOrigin, TImageSize aSourceSize, TImageStride aSourceStride,
-                            TPixelChannel* aTarget, TImagePoint aTargetOrigin, TImageSize aTargetSize,
-                            TImageStride aTargetStride);
+void CoverageTile(const SCoverageSetup& aSetup, float aGamma, TPixelChannel aFill, const TMatrix3x3f& aMatrix,
+                  const SSourcePixels& aSource, const STargetPixels& aTarget);
 
 }  // namespace zt::resample

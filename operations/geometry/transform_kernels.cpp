@@ -17,8 +17,9 @@ void HermiteTable(int16_t aTable[512]) {
 
 bool UsesGamma(float aGamma) { return aGamma != 1.0f && aGamma >= 0.1f && aGamma <= 10.0f; }
 
-void SSampler::Init(float aGamma, TPixelChannel aDefault, const TPixelChannel* aSource, TImagePoint aOrigin,
-                    TImageSize aSize, TImageStride aStride) {
+void SSampler::Init(float aGamma, TPixelChannel aDefault, const SSourcePixels& aSource) {
+    const TImagePoint aOrigin = aSource.origin;
+    const TImageSize aSize = aSource.size;
     HermiteTable(weights);
     gamma = UsesGamma(aGamma);
     if (gamma) {
@@ -46,8 +47,8 @@ void SSampler::Init(float aGamma, TPixelChannel aDefault, const TPixelChannel* a
     frame(paddedRow);
     for (uint32_t y = 0; y < aSize.nY; ++y) {
         frame(1);
-        const TPixelChannel* row = aSource + size_t(y) * aStride.nY;
-        for (uint32_t x = 0; x < aSize.nX; ++x, out += 4) Convert(row[size_t(x) * aStride.nX], out);
+        const TPixelChannel* row = aSource.Row(y);
+        for (uint32_t x = 0; x < aSize.nX; ++x, out += 4) Convert(row[size_t(x) * aSource.stride.nX], out);
         frame(1);
     }
     frame(paddedRow);
@@ -124,25 +125,23 @@ namespace {
 
 bool Whole(float aValue) { return std::floor(aValue) == aValue && std::fabs(aValue) < 2147483648.0f; }
 
-// Fills each target pixel with the source pixel that aPick names (canvas coordinates), or the default.
+// Fills each target pixel with the source pixel that aPick names (canvas coordinates), or aFill.
 template <class F>
-void CopyMapped(const TPixelChannel* aDefault, const TPixelChannel* aSource, TImagePoint aSourceOrigin,
-                TImageSize aSourceSize, TImageStride aSourceStride, TPixelChannel* aTarget, TImagePoint aTargetOrigin,
-                TImageSize aTargetSize, TImageStride aTargetStride, F&& aPick) {
-    const int64_t sx0 = aSourceOrigin.nX, sy0 = aSourceOrigin.nY;
-    for (uint32_t j = 0; j < aTargetSize.nY; ++j) {
-        TPixelChannel* d = aTarget + size_t(j) * aTargetStride.nY;
-        const int64_t ty = int64_t(aTargetOrigin.nY) + j;
-        for (uint32_t i = 0; i < aTargetSize.nX; ++i) {
-            const int64_t tx = int64_t(aTargetOrigin.nX) + i;
+void CopyMapped(TPixelChannel aFill, const SSourcePixels& aSource, const STargetPixels& aTarget, F&& aPick) {
+    const int64_t sx0 = aSource.origin.nX, sy0 = aSource.origin.nY;
+    for (uint32_t j = 0; j < aTarget.size.nY; ++j) {
+        TPixelChannel* d = aTarget.Row(j);
+        const int64_t ty = int64_t(aTarget.origin.nY) + j;
+        for (uint32_t i = 0; i < aTarget.size.nX; ++i) {
+            const int64_t tx = int64_t(aTarget.origin.nX) + i;
             int64_t sx, sy;
             aPick(tx, ty, sx, sy);
             sx -= sx0;
             sy -= sy0;
-            d[size_t(i) * aTargetStride.nX] =
-                sx >= 0 && sy >= 0 && sx < int64_t(aSourceSize.nX) && sy < int64_t(aSourceSize.nY)
-                    ? aSource[size_t(sy) * aSourceStride.nY + size_t(sx) * aSourceStride.nX]
-                    : *aDefault;
+            d[size_t(i) * aTarget.stride.nX] =
+                sx >= 0 && sy >= 0 && sx < int64_t(aSource.size.nX) && sy < int64_t(aSource.size.nY)
+                    ? aSource.Row(size_t(sy))[size_t(sx) * aSource.stride.nX]
+                    : aFill;
         }
     }
 }
@@ -156,17 +155,10 @@ int64_t Fixed(double aValue) {
 
 }  // namespace
 
-HRESULT RotateProcessTile(float aGamma, const TPixelChannel* aDefault, const TMatrix3x3f* aMatrix,
-                          const TPixelChannel* aSource, TImagePoint aSourceOrigin, TImageSize aSourceSize,
-                          TImageStride aSourceStride, TPixelChannel* aTarget, TImagePoint aTargetOrigin,
-                          TImageSize aTargetSize, TImageStride aTargetStride) {
-    if (!aDefault || !aMatrix || !aSource || !aTarget) return E_POINTER;
-    const float* m = aMatrix->m;
-    auto copy = [&](auto&& pick) {
-        CopyMapped(aDefault, aSource, aSourceOrigin, aSourceSize, aSourceStride, aTarget, aTargetOrigin, aTargetSize,
-                   aTargetStride, pick);
-        return S_OK;
-    };
+void RotateTile(float aGamma, TPixelChannel aFill, const TMatrix3x3f& aMatrix, const SSourcePixels& aSource,
+                const STargetPixels& aTarget) {
+    const float* m = aMatrix.m;
+    auto copy = [&](auto&& pick) { CopyMapped(aFill, aSource, aTarget, pick); };
     if (m[0] == 0 && m[1] == 1 && m[3] == -1 && m[4] == 0 && Whole(m[6]) && Whole(m[7])) {
         const int64_t t6 = int64_t(m[6]), t7 = int64_t(m[7]);
         return copy([&](int64_t x, int64_t y, int64_t& sx, int64_t& sy) { sx = y - t7; sy = t6 - 1 - x; });
@@ -175,15 +167,16 @@ HRESULT RotateProcessTile(float aGamma, const TPixelChannel* aDefault, const TMa
         const int64_t t6 = int64_t(m[6]), t7 = int64_t(m[7]);
         return copy([&](int64_t x, int64_t y, int64_t& sx, int64_t& sy) { sx = t7 - 1 - y; sy = x - t6; });
     }
-    if (m[0] == -1 && m[1] == 0 && m[3] == 0 && m[4] == -1 && aSourceSize.nX == aTargetSize.nX &&
-        aSourceSize.nY == aTargetSize.nY) {
-        const uint32_t W = aSourceSize.nX, H = aSourceSize.nY;
+    if (m[0] == -1 && m[1] == 0 && m[3] == 0 && m[4] == -1 && aSource.size.nX == aTarget.size.nX &&
+        aSource.size.nY == aTarget.size.nY) {
+        const uint32_t W = aSource.size.nX, H = aSource.size.nY;
         for (uint32_t j = 0; j < H; ++j) {
-            const TPixelChannel* s = aSource + size_t(j) * aSourceStride.nY;
-            TPixelChannel* d = aTarget + size_t(H - 1 - j) * aTargetStride.nY;
-            for (uint32_t i = 0; i < W; ++i) d[size_t(W - 1 - i) * aTargetStride.nX] = s[size_t(i) * aSourceStride.nX];
+            const TPixelChannel* s = aSource.Row(j);
+            TPixelChannel* d = aTarget.Row(H - 1 - j);
+            for (uint32_t i = 0; i < W; ++i)
+                d[size_t(W - 1 - i) * aTarget.stride.nX] = s[size_t(i) * aSource.stride.nX];
         }
-        return S_OK;
+        return;
     }
 
     // Target to source: the inverse of the affine part.
@@ -199,9 +192,9 @@ HRESULT RotateProcessTile(float aGamma, const TPixelChannel* aDefault, const TMa
         i7 = (b * e - a * f) / det;
     }
     SSampler sampler;
-    sampler.Init(aGamma, *aDefault, aSource, aSourceOrigin, aSourceSize, aSourceStride);
-    const double ox = aTargetOrigin.nX, oy = aTargetOrigin.nY;
-    const uint32_t W = aTargetSize.nX, H = aTargetSize.nY;
+    sampler.Init(aGamma, aFill, aSource);
+    const double ox = aTarget.origin.nX, oy = aTarget.origin.nY;
+    const uint32_t W = aTarget.size.nX, H = aTarget.size.nY;
     // Each 16-pixel segment stands alone between two exact anchors, so the target is walked
     // in blocks of rows and segments: same pixels, and the source window stays in cache.
     constexpr uint32_t kBlockRows = 32, kBlockColumns = 256;
@@ -210,7 +203,7 @@ HRESULT RotateProcessTile(float aGamma, const TPixelChannel* aDefault, const TMa
         for (uint32_t bx = 0; bx < W; bx += kBlockColumns) {
             const uint32_t xEnd = std::min(W, bx + kBlockColumns);
             for (uint32_t j = by; j < yEnd; ++j) {
-                TPixelChannel* out = aTarget + size_t(j) * aTargetStride.nY;
+                TPixelChannel* out = aTarget.Row(j);
                 const double Y = j + oy + 0.5;
                 auto anchor = [&](uint32_t x, int64_t& u, int64_t& v) {
                     const double X = x + ox + 0.5;
@@ -228,7 +221,7 @@ HRESULT RotateProcessTile(float aGamma, const TPixelChannel* aDefault, const TMa
                     int64_t pu = au, pv = av, eu = 0, ev = 0;
                     const uint32_t n = std::min<uint32_t>(16, xEnd - s);
                     for (uint32_t i = 0; i < n; ++i) {
-                        out[size_t(s + i) * aTargetStride.nX] = sampler.Sample(pu - 128, pv - 128);
+                        out[size_t(s + i) * aTarget.stride.nX] = sampler.Sample(pu - 128, pv - 128);
                         pu += qu;
                         eu += ru;
                         if (eu >= 16) {
@@ -248,20 +241,12 @@ HRESULT RotateProcessTile(float aGamma, const TPixelChannel* aDefault, const TMa
             }
         }
     }
-    return S_OK;
 }
 
-HRESULT TransformProcessTile(float aGamma, const TPixelChannel* aDefault, const TMatrix3x3f* aMatrix,
-                             const TPixelChannel* aSource, TImagePoint aSourceOrigin, TImageSize aSourceSize,
-                             TImageStride aSourceStride, TPixelChannel* aTarget, TImagePoint aTargetOrigin,
-                             TImageSize aTargetSize, TImageStride aTargetStride) {
-    if (!aDefault || !aMatrix || !aSource || !aTarget) return E_POINTER;
-    const float* m = aMatrix->m;
-    auto copy = [&](auto&& pick) {
-        CopyMapped(aDefault, aSource, aSourceOrigin, aSourceSize, aSourceStride, aTarget, aTargetOrigin, aTargetSize,
-                   aTargetStride, pick);
-        return S_OK;
-    };
+void TransformTile(float aGamma, TPixelChannel aFill, const TMatrix3x3f& aMatrix, const SSourcePixels& aSource,
+                   const STargetPixels& aTarget) {
+    const float* m = aMatrix.m;
+    auto copy = [&](auto&& pick) { CopyMapped(aFill, aSource, aTarget, pick); };
     if (m[0] == -1 && m[1] == 0 && m[2] == 0 && m[3] == 0 && m[4] == 1 && m[5] == 0 && Whole(m[6]) && m[7] == 0 &&
         m[8] == 1) {
         const int64_t t6 = int64_t(m[6]);
@@ -274,25 +259,24 @@ HRESULT TransformProcessTile(float aGamma, const TPixelChannel* aDefault, const 
     }
     float inverse[9];
     Invert3x3<float>(m, inverse);
-    const float shift[9] = {1, 0, 0, 0, 1, 0, float(aTargetOrigin.nX), float(aTargetOrigin.nY), 1};
+    const float shift[9] = {1, 0, 0, 0, 1, 0, float(aTarget.origin.nX), float(aTarget.origin.nY), 1};
     float composed[9];
     Multiply3x3<float>(shift, inverse, composed);
     double r[9];
     for (int i = 0; i < 9; ++i) r[i] = composed[i];
     SSampler sampler;
-    sampler.Init(aGamma, *aDefault, aSource, aSourceOrigin, aSourceSize, aSourceStride);
-    for (uint32_t j = 0; j < aTargetSize.nY; ++j) {
-        TPixelChannel* out = aTarget + size_t(j) * aTargetStride.nY;
+    sampler.Init(aGamma, aFill, aSource);
+    for (uint32_t j = 0; j < aTarget.size.nY; ++j) {
+        TPixelChannel* out = aTarget.Row(j);
         const double Y = j + 0.5;
-        for (uint32_t i = 0; i < aTargetSize.nX; ++i) {
+        for (uint32_t i = 0; i < aTarget.size.nX; ++i) {
             const double X = i + 0.5;
             const double w = X * r[2] + Y * r[5] + r[8];
             const int64_t u = Fixed((X * r[0] + Y * r[3] + r[6]) / w);
             const int64_t v = Fixed((X * r[1] + Y * r[4] + r[7]) / w);
-            out[size_t(i) * aTargetStride.nX] = sampler.Sample(u - 128, v - 128);
+            out[size_t(i) * aTarget.stride.nX] = sampler.Sample(u - 128, v - 128);
         }
     }
-    return S_OK;
 }
 
 }  // namespace zt::transform

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "frame/host.h"
+#include "pixel/region.h"
 
 namespace zt::transform {
 
@@ -26,8 +27,7 @@ struct SSampler {
     size_t paddedRow = 0;  // in pixels
     std::vector<uint64_t> reciprocal;  // 2^48 / alpha + 1 for every 16-bit alpha
 
-    void Init(float aGamma, TPixelChannel aDefault, const TPixelChannel* aSource, TImagePoint aOrigin, TImageSize aSize,
-              TImageStride aStride);
+    void Init(float aGamma, TPixelChannel aDefault, const SSourcePixels& aSource);
     void Convert(TPixelChannel aPixel, uint16_t aOut[4]) const;
     // One target pixel from a position in 1/256 pixel, the half pixel already subtracted.
     TPixelChannel Sample(int64_t aPX, int64_t aPY) const;
@@ -37,18 +37,13 @@ struct SSampler {
 bool UsesGamma(float aGamma);
 
 // Rotation: the three exact paths, otherwise the affine sampler with anchors every 16 pixels.
-HRESULT RotateProcessTile(float aGamma, const TPixelChannel* aDefault, const TMatrix3x3f* aMatrix,
-                          const TPixelChannel* aSource, TImagePoint aSourceOrigin, TImageSize aSourceSize,
-                          TImageStride aSourceStride, TPixelChannel* aTarget, TImagePoint aTargetOrigin,
-                          TImageSize aTargetSize, TImageStride aTargetStride);
+void RotateTile(float aGamma, TPixelChannel aFill, const TMatrix3x3f& aMatrix, const SSourcePixels& aSource,
+                const STargetPixels& aTarget);
 
 // General transform: mirror and flip copies, otherwise a perspective divide per pixel.
-HRESULT TransformProcessTile(float aGamma, const TPixelChannel* aDefault, const TMatrix3x3f* aMatrix,
-                             const TPixelChannel* aSource, TImagePoint aSourceOrigin, TImageSize aSourceSize,
-                             TImageStride aSourceStride, TPixelChannel* aTarget, TImagePoint aTargetOrigin,
-                             TImageSize aTargetSize, TImageStride aTargetStride);
+void TransformTile(float aGamma, TPixelChannel aFill, const TMatrix3x3f& aMatrix, const SSourcePixels& aSource,
+                   const STargetPixels& aTarget);
 
-// 3x3 inverse by cofactors; a zero determinant gives all zeros.
 template <class R>
 void Invert3x3(const R aM[9], R aOut[9]) {
     const R c0 = aM[4] * aM[8] - aM[5] * aM[7];

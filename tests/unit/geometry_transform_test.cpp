@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "frame/object.h"
+#include "operations/geometry/transformers.h"
 #include "operations/geometry/perspective.h"
 #include "operations/geometry/rotate.h"
 #include "operations/geometry/transform_kernels.h"
@@ -66,7 +67,7 @@ TEST(HermiteTable, TapsOfAPositionAddUpAndTheFirstEntryCopiesTheLast) {
 TEST(HermiteSampler, WindowHalfOutsideBlendsWithTheDefault) {
     const TPixelChannel white = Px(255, 255, 255, 255);
     SSampler s;
-    s.Init(1.0f, TPixelChannel{}, &white, {0, 0}, {1, 1}, {1, 1});
+    s.Init(1.0f, TPixelChannel{}, {&white, {0, 0}, {1, 1}, {1, 1}});
     // Half a pixel left of the only pixel: near and far taps 8192 each, the row below 1 and 1.
     const TPixelChannel p = s.Sample(-128, 0);
     EXPECT_EQ(128, p.bA);  // (8192 + 8192 * 65535) >> 14 = 32768
@@ -78,7 +79,7 @@ TEST(HermiteSampler, WholePositionsReproduceOpaquePixels) {
     std::vector<TPixelChannel> opaque(src);
     for (auto& p : opaque) p.bA = 255;
     SSampler s;
-    s.Init(1.0f, Px(0, 0, 0, 255), opaque.data(), {0, 0}, {4, 4}, {1, 4});
+    s.Init(1.0f, Px(0, 0, 0, 255), {opaque.data(), {0, 0}, {4, 4}, {1, 4}});
     for (int y = 0; y < 3; ++y)
         for (int x = 0; x < 3; ++x) {
             const TPixelChannel p = s.Sample(x * 256, y * 256);
@@ -97,7 +98,7 @@ TEST(HermiteSampler, GammaRangeIsInclusiveHere) {
     EXPECT_FALSE(UsesGamma(10.5f));
     SSampler s;
     const TPixelChannel p{};
-    s.Init(2.0f, p, &p, {0, 0}, {1, 1}, {1, 1});
+    s.Init(2.0f, p, {&p, {0, 0}, {1, 1}, {1, 1}});
     EXPECT_EQ(16513, s.toLinear[128]);
     EXPECT_EQ(46431, s.toGamma[128]);  // (128/255)^0.5 * 65535 + 0.5
     EXPECT_EQ(0xFF00, s.toGamma[256]);
@@ -108,7 +109,7 @@ TEST(RotateTile, QuarterTurnRightIsAnExactCopy) {
     const TMatrix3x3f m = {{0, 1, 0, -1, 0, 0, 2, 0, 1}};
     const TPixelChannel fill = Px(1, 2, 3, 4);
     std::vector<TPixelChannel> out(2 * 3);
-    ASSERT_EQ(S_OK, RotateProcessTile(2.2f, &fill, &m, src.data(), {0, 0}, {3, 2}, {1, 3}, out.data(), {0, 0},
+    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 2.2f, &fill, &m, src.data(), {0, 0}, {3, 2}, {1, 3}, out.data(), {0, 0},
                                       {2, 3}, {1, 2}));
     for (int y = 0; y < 3; ++y)
         for (int x = 0; x < 2; ++x) EXPECT_EQ(src[(1 - x) * 3 + y].n, out[y * 2 + x].n) << x << "," << y;
@@ -119,7 +120,7 @@ TEST(RotateTile, QuarterTurnLeftIsAnExactCopy) {
     const TMatrix3x3f m = {{0, -1, 0, 1, 0, 0, 0, 3, 1}};
     const TPixelChannel fill = Px(1, 2, 3, 4);
     std::vector<TPixelChannel> out(2 * 3);
-    ASSERT_EQ(S_OK, RotateProcessTile(1.0f, &fill, &m, src.data(), {0, 0}, {3, 2}, {1, 3}, out.data(), {0, 0},
+    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {3, 2}, {1, 3}, out.data(), {0, 0},
                                       {2, 3}, {1, 2}));
     // Source column m[7] - 1 - y, row x - m[6].
     for (int y = 0; y < 3; ++y)
@@ -131,7 +132,7 @@ TEST(RotateTile, HalfTurnWritesBackwardAndIgnoresTheTranslation) {
     const TMatrix3x3f m = {{-1, 0, 0, 0, -1, 0, 77, -5, 1}};
     const TPixelChannel fill{};
     std::vector<TPixelChannel> out(4 * 3);
-    ASSERT_EQ(S_OK, RotateProcessTile(1.0f, &fill, &m, src.data(), {0, 0}, {4, 3}, {1, 4}, out.data(), {0, 0},
+    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {4, 3}, {1, 4}, out.data(), {0, 0},
                                       {4, 3}, {1, 4}));
     for (int i = 0; i < 12; ++i) EXPECT_EQ(src[i].n, out[11 - i].n);
 }
@@ -141,7 +142,7 @@ TEST(RotateTile, OutsideTheSourceIsTheDefault) {
     const TMatrix3x3f m = {{0, 1, 0, -1, 0, 0, 2, 1, 1}};
     const TPixelChannel fill = Px(9, 9, 9, 9);
     std::vector<TPixelChannel> out(3 * 3);
-    ASSERT_EQ(S_OK, RotateProcessTile(1.0f, &fill, &m, src.data(), {0, 0}, {2, 2}, {1, 2}, out.data(), {0, 0},
+    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {2, 2}, {1, 2}, out.data(), {0, 0},
                                       {3, 3}, {1, 3}));
     for (int x = 0; x < 3; ++x) EXPECT_EQ(fill.n, out[x].n);  // row 0: source column -1
 }
@@ -152,11 +153,11 @@ TEST(RotateTile, GeneralPathIsIndependentOfTiles) {
     const TMatrix3x3f m = {{c, -s, 0, s, c, 0, 1.5f, 3.25f, 1}};
     const TPixelChannel fill = Px(0, 0, 0, 0);
     std::vector<TPixelChannel> whole(40 * 9);
-    ASSERT_EQ(S_OK, RotateProcessTile(2.2f, &fill, &m, src.data(), {0, 0}, {9, 7}, {1, 9}, whole.data(), {0, 0},
+    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 2.2f, &fill, &m, src.data(), {0, 0}, {9, 7}, {1, 9}, whole.data(), {0, 0},
                                       {40, 9}, {1, 40}));
     // Tiles starting on the same 16-pixel anchors of each row give the same pixels.
     std::vector<TPixelChannel> tile(24 * 4);
-    ASSERT_EQ(S_OK, RotateProcessTile(2.2f, &fill, &m, src.data(), {0, 0}, {9, 7}, {1, 9}, tile.data(), {16, 3},
+    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 2.2f, &fill, &m, src.data(), {0, 0}, {9, 7}, {1, 9}, tile.data(), {16, 3},
                                       {24, 4}, {1, 24}));
     for (int y = 0; y < 4; ++y)
         for (int x = 0; x < 24; ++x) EXPECT_EQ(whole[(y + 3) * 40 + x + 16].n, tile[y * 24 + x].n);
@@ -167,12 +168,12 @@ TEST(TransformTile, MirrorAndFlipAreExactCopies) {
     const TPixelChannel fill = Px(1, 1, 1, 1);
     std::vector<TPixelChannel> out(3 * 2);
     const TMatrix3x3f mirror = {{-1, 0, 0, 0, 1, 0, 3, 0, 1}};
-    ASSERT_EQ(S_OK, TransformProcessTile(2.2f, &fill, &mirror, src.data(), {0, 0}, {3, 2}, {1, 3}, out.data(),
+    ASSERT_EQ(S_OK, CStackTransformHelper().ProcessTile(1, 2.2f, &fill, &mirror, src.data(), {0, 0}, {3, 2}, {1, 3}, out.data(),
                                          {0, 0}, {3, 2}, {1, 3}));
     for (int y = 0; y < 2; ++y)
         for (int x = 0; x < 3; ++x) EXPECT_EQ(src[y * 3 + 2 - x].n, out[y * 3 + x].n);
     const TMatrix3x3f flip = {{1, 0, 0, 0, -1, 0, 0, 2, 1}};
-    ASSERT_EQ(S_OK, TransformProcessTile(2.2f, &fill, &flip, src.data(), {0, 0}, {3, 2}, {1, 3}, out.data(), {0, 0},
+    ASSERT_EQ(S_OK, CStackTransformHelper().ProcessTile(1, 2.2f, &fill, &flip, src.data(), {0, 0}, {3, 2}, {1, 3}, out.data(), {0, 0},
                                          {3, 2}, {1, 3}));
     for (int y = 0; y < 2; ++y)
         for (int x = 0; x < 3; ++x) EXPECT_EQ(src[(1 - y) * 3 + x].n, out[y * 3 + x].n);
@@ -186,7 +187,7 @@ TEST(TransformTile, IdentityThroughTheGeneralPathKeepsOpaquePixels) {
     ASSERT_TRUE(PerspectiveMatrix(points, 6, 5, &m));
     const TPixelChannel fill = Px(0, 0, 0, 255);
     std::vector<TPixelChannel> out(6 * 5);
-    ASSERT_EQ(S_OK, TransformProcessTile(1.0f, &fill, &m, src.data(), {0, 0}, {6, 5}, {1, 6}, out.data(), {0, 0},
+    ASSERT_EQ(S_OK, CStackTransformHelper().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {6, 5}, {1, 6}, out.data(), {0, 0},
                                          {6, 5}, {1, 6}));
     for (size_t i = 0; i < out.size(); ++i) {
         EXPECT_NEAR(src[i].bB, out[i].bB, 1);
@@ -200,7 +201,7 @@ TEST(TransformTile, SingularMatrixStaysInsideTheBuffers) {
     const TMatrix3x3f zero = {{0, 0, 0, 0, 0, 0, 0, 0, 0}};
     const TPixelChannel fill = Px(3, 3, 3, 3);
     std::vector<TPixelChannel> out(9);
-    EXPECT_EQ(S_OK, TransformProcessTile(1.0f, &fill, &zero, src.data(), {0, 0}, {2, 2}, {1, 2}, out.data(), {0, 0},
+    EXPECT_EQ(S_OK, CStackTransformHelper().ProcessTile(1, 1.0f, &fill, &zero, src.data(), {0, 0}, {2, 2}, {1, 2}, out.data(), {0, 0},
                                          {3, 3}, {1, 3}));
 }
 
