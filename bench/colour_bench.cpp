@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "host/zthost.h"
-#include "operations/colour/color_adjust_op.h"
+#include "operations/colour/color_transformations_kernels.h"
 #include "operations/colour/color_transformations.h"
 #include "operations/colour/colorize.h"
-#include "operations/colour/colorize_op.h"
+#include "operations/colour/colorize_kernels.h"
 #include "operations/colour/colour_run.h"
 
 namespace {
@@ -59,12 +59,12 @@ void RunTaskBench(benchmark::State& aState, const Op& aOp) {
 
 void AdjustBytesTask(benchmark::State& state) {
     uint8_t table[256];
-    zt::BuildColorAdjustByteTable(20, 120, 1.2f, table);
+    zt::BuildColorTransformationsByteTable(20, 120, 1.2f, table);
     RunTaskBench(state, zt::CColorTransformOp{table});
 }
 void AdjustLinearTask(benchmark::State& state) {
     int32_t table[256];
-    zt::BuildColorAdjustLinearTable(20, 120, 1.2f, table);
+    zt::BuildColorTransformationsLinearTable(20, 120, 1.2f, table);
     const zt::SSaturationWeights w = zt::SaturationWeights(150);
     RunTaskBench(state, zt::CColorTransformWithSaturationOp{table, w.w[0], w.w[1], w.w[2], w.w[3], w.w[4], w.w[5],
                                                             GammaTable()});
@@ -80,8 +80,8 @@ void ColorizeTask(benchmark::State& state) {
     BENCHMARK(fn)->Name(name "/threads:1")->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();                 \
     BENCHMARK(fn)->Name(name "/threads:all")->Arg(AllThreads())->Unit(benchmark::kMillisecond)->UseRealTime()
 
-ZT_COLOUR_BENCH(AdjustBytesTask, "ColorAdjust/bytes/task");
-ZT_COLOUR_BENCH(AdjustLinearTask, "ColorAdjust/linear/task");
+ZT_COLOUR_BENCH(AdjustBytesTask, "ColorTransformations/bytes/task");
+ZT_COLOUR_BENCH(AdjustLinearTask, "ColorTransformations/linear/task");
 ZT_COLOUR_BENCH(ColorizeTask, "Colorize/task");
 
 template <class T>
@@ -117,8 +117,8 @@ void ColorizeActivate(benchmark::State& state) {
     ActivateBench<zt::CDocumentOperationRasterImageColorize>(state, {{"Hue", "200"}, {"Saturation", "0.6"}});
 }
 
-ZT_COLOUR_BENCH(AdjustBytesActivate, "ColorAdjust/bytes/Activate");
-ZT_COLOUR_BENCH(AdjustLinearActivate, "ColorAdjust/linear/Activate");
+ZT_COLOUR_BENCH(AdjustBytesActivate, "ColorTransformations/bytes/Activate");
+ZT_COLOUR_BENCH(AdjustLinearActivate, "ColorTransformations/linear/Activate");
 ZT_COLOUR_BENCH(ColorizeActivate, "Colorize/Activate");
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 #include "host/zthost.h"
 #include "operations/colour/shift_hue.h"
-#include "operations/colour/shift_hue_op.h"
+#include "operations/colour/shift_hue_kernels.h"
 #include "pixel/pixel_task.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include "frame/boundary.h"
 #include "frame/config.h"
 #include "frame/text.h"
-#include "operations/colour/background_blend_op.h"
+#include "operations/colour/background_blend_kernels.h"
 #include "operations/colour/colour_run.h"
 #include "operations/colour/colour_strings.h"
 

@@ -5,7 +5,7 @@
 #include "frame/boundary.h"
 #include "frame/config.h"
 #include "frame/text.h"
-#include "operations/colour/color_adjust_op.h"
+#include "operations/colour/color_transformations_kernels.h"
 #include "operations/colour/colour_run.h"
 #include "operations/colour/colour_strings.h"
 
@@ -67,7 +67,7 @@ HRESULT CDocumentOperationRasterImageColorTransformations::Activate(IOperationMa
         const bool pool = PoolForAdjustments(content.size.nX, content.size.nY);
         if (saturation != 100) {
             int32_t table[256];
-            BuildColorAdjustLinearTable(brightness, contrast, gamma, table);
+            BuildColorTransformationsLinearTable(brightness, contrast, gamma, table);
             const SSaturationWeights w = SaturationWeights(saturation);
             ComPtr<IGammaTableCache> cache = HostCreate<IGammaTableCache>(CLSID_GammaTableCache);
             const uint16_t* T = cache ? cache->GetSRGBTable() : nullptr;
@@ -76,7 +76,7 @@ HRESULT CDocumentOperationRasterImageColorTransformations::Activate(IOperationMa
             RunPixelOp(image, content, buffer.Data(), op, pool);
         } else {
             uint8_t table[256];
-            BuildColorAdjustByteTable(brightness, contrast, gamma, table);
+            BuildColorTransformationsByteTable(brightness, contrast, gamma, table);
             RunPixelOp(image, content, buffer.Data(), CColorTransformOp{table}, pool);
         }
         // Colours outside the content stay as they are.

@@ -1,4 +1,4 @@
-// Color adjustments: brightness, contrast, gamma and saturation, in linear light.
+// Color transformations: brightness, contrast, gamma and saturation, in linear light.
 #pragma once
 
 #include "frame/operation_base.h"

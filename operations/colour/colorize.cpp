@@ -3,7 +3,7 @@
 #include "frame/boundary.h"
 #include "frame/config.h"
 #include "frame/text.h"
-#include "operations/colour/colorize_op.h"
+#include "operations/colour/colorize_kernels.h"
 #include "operations/colour/colour_run.h"
 #include "operations/colour/colour_strings.h"
 

@@ -6,7 +6,7 @@
 #include "frame/config.h"
 #include "frame/text.h"
 #include "operations/colour/colour_strings.h"
-#include "operations/colour/convolution_kernel.h"
+#include "operations/colour/convolution_kernels.h"
 
 namespace zt {
 

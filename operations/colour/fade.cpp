@@ -6,7 +6,7 @@
 #include "frame/text.h"
 #include "operations/colour/colour_strings.h"
 #include "operations/colour/fade_document.h"
-#include "operations/colour/fade_op.h"
+#include "operations/colour/fade_kernels.h"
 
 namespace zt {
 

@@ -3,7 +3,7 @@
 #include <memory>
 #include <new>
 
-#include "operations/colour/fade_op.h"
+#include "operations/colour/fade_kernels.h"
 
 namespace zt {
 

@@ -1,7 +1,7 @@
 #include "operations/colour/shift_hue.h"
 
 #include "frame/numeric.h"
-#include "operations/colour/shift_hue_op.h"
+#include "operations/colour/shift_hue_kernels.h"
 #include "pixel/pixel_task.h"
 
 namespace zt {

@@ -8,7 +8,7 @@
 #include "frame/config.h"
 #include "frame/host_masks.h"
 #include "frame/text.h"
-#include "operations/shape/drop_shadow_kernel.h"
+#include "operations/shape/drop_shadow_kernels.h"
 #include "operations/shape/shape_run.h"
 #include "operations/shape/shape_strings.h"
 

@@ -6,7 +6,7 @@
 #include "frame/boundary.h"
 #include "frame/config.h"
 #include "frame/text.h"
-#include "operations/shape/outline_kernel.h"
+#include "operations/shape/outlines_kernels.h"
 #include "operations/shape/shape_run.h"
 #include "operations/shape/shape_strings.h"
 

@@ -47,14 +47,14 @@ TEST_F(ColourCli, ColorizeWritesTheTableColoursAndNamesTheColour) {
     EXPECT_EQ((std::vector<uint32_t>{0xFFFE0000u, 0xFFFF0101u, 0x80FE0000u, 0x00FE0000u}), Output());
 }
 
-TEST_F(ColourCli, ColorAdjustmentsDefaultsChangeNothing) {
+TEST_F(ColourCli, ColorTransformationsmentsDefaultsChangeNothing) {
     SResult r = Apply({"ColorTransformations", Input(), "-o", Path("out.png")});
     ASSERT_EQ(0, r.status) << r.err;
     EXPECT_EQ("No adjustment -> " + Path("out.png") + "\n", r.out);
     EXPECT_EQ((std::vector<uint32_t>{0xFFFF0000u, 0xFF808080u, 0x800000FFu, 0x00FF0000u}), Output());
 }
 
-TEST_F(ColourCli, ColorAdjustmentsSaturationZeroMakesGreys) {
+TEST_F(ColourCli, ColorTransformationsmentsSaturationZeroMakesGreys) {
     SResult r = Apply({"ColorTransformations", "--set", "Saturation=0", Input(), "-o", Path("out.png")});
     ASSERT_EQ(0, r.status) << r.err;
     EXPECT_EQ("Desaturate (-100%) -> " + Path("out.png") + "\n", r.out);

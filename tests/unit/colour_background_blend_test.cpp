@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "operations/colour/background_blend.h"
-#include "operations/colour/background_blend_op.h"
+#include "operations/colour/background_blend_kernels.h"
 #include "tests/unit/operation_test_support.h"
 
 using namespace zt;

@@ -3,7 +3,7 @@
 
 #include "host/registry.h"
 #include "operations/colour/colorize.h"
-#include "operations/colour/colorize_op.h"
+#include "operations/colour/colorize_kernels.h"
 #include "tests/unit/operation_test_support.h"
 
 using namespace zt;

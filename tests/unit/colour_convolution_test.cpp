@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "operations/colour/convolution.h"
-#include "operations/colour/convolution_kernel.h"
+#include "operations/colour/convolution_kernels.h"
 #include "tests/unit/operation_test_support.h"
 
 using namespace zt;

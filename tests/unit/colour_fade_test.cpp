@@ -4,7 +4,7 @@
 
 #include "operations/colour/fade.h"
 #include "operations/colour/fade_document.h"
-#include "operations/colour/fade_op.h"
+#include "operations/colour/fade_kernels.h"
 #include "tests/unit/operation_test_support.h"
 
 using namespace zt;

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "operations/shape/drop_shadow_kernel.h"
+#include "operations/shape/drop_shadow_kernels.h"
 #include "tests/unit/shape_test_support.h"
 
 using namespace zt;

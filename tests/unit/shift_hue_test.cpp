@@ -9,7 +9,7 @@
 #include "host/text.h"
 #include "host/zthost.h"
 #include "operations/colour/shift_hue.h"
-#include "operations/colour/shift_hue_op.h"
+#include "operations/colour/shift_hue_kernels.h"
 #include "tests/unit/operation_test_support.h"
 
 using namespace zt;

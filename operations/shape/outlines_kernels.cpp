@@ -1,4 +1,4 @@
-#include "operations/shape/outline_kernel.h"
+#include "operations/shape/outlines_kernels.h"
 
 #include <cmath>
 #include <memory>

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <vector>
 
-#include "operations/shape/outline_kernel.h"
+#include "operations/shape/outlines_kernels.h"
 #include "tests/unit/shape_test_support.h"
 
 using namespace zt;

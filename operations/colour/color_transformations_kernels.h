@@ -12,13 +12,13 @@
 namespace zt {
 
 // Gamma as the run uses it: 0.001 .. 1000 (a NaN counts as the lower limit).
-inline float LimitAdjustGamma(float aGamma) {
+inline float LimitTransformationsGamma(float aGamma) {
     if (!(aGamma >= 0.001f)) return 0.001f;
     return aGamma > 1000.0f ? 1000.0f : aGamma;
 }
 
 // The curve of byte i before brightness: gamma, then contrast around 0.5, in linear light.
-inline float ColorAdjustCurve(int aByte, int32_t aContrast, float aInverseGamma) {
+inline float ColorTransformationsCurve(int aByte, int32_t aContrast, float aInverseGamma) {
     const float x = static_cast<float>(aByte) / 255.0f;
     const float lin = SRGBToLinear(x);
     const float y = std::pow(lin, aInverseGamma);
@@ -26,18 +26,18 @@ inline float ColorAdjustCurve(int aByte, int32_t aContrast, float aInverseGamma)
 }
 
 // Saturation 100: each byte straight to its adjusted byte.
-inline void BuildColorAdjustByteTable(int32_t aBrightness, int32_t aContrast, float aGamma, uint8_t* aTable) {
-    const float inverse = 1.0f / LimitAdjustGamma(aGamma);
+inline void BuildColorTransformationsByteTable(int32_t aBrightness, int32_t aContrast, float aGamma, uint8_t* aTable) {
+    const float inverse = 1.0f / LimitTransformationsGamma(aGamma);
     const float shift = static_cast<float>(aBrightness) / 255.0f;
-    for (int i = 0; i < 256; ++i) aTable[i] = FloatToSRGB8(ColorAdjustCurve(i, aContrast, inverse) + shift);
+    for (int i = 0; i < 256; ++i) aTable[i] = FloatToSRGB8(ColorTransformationsCurve(i, aContrast, inverse) + shift);
 }
 
 // Other saturations: 16-bit linear values, which may lie outside 0 .. 65535.
-inline void BuildColorAdjustLinearTable(int32_t aBrightness, int32_t aContrast, float aGamma, int32_t* aTable) {
-    const float inverse = 1.0f / LimitAdjustGamma(aGamma);
+inline void BuildColorTransformationsLinearTable(int32_t aBrightness, int32_t aContrast, float aGamma, int32_t* aTable) {
+    const float inverse = 1.0f / LimitTransformationsGamma(aGamma);
     const float shift = static_cast<float>(aBrightness) / 255.0f;
     for (int i = 0; i < 256; ++i)
-        aTable[i] = TruncateToInt32((ColorAdjustCurve(i, aContrast, inverse) + shift) * 65535.0f);
+        aTable[i] = TruncateToInt32((ColorTransformationsCurve(i, aContrast, inverse) + shift) * 65535.0f);
 }
 
 // w0..w2 weigh the other channels (luminance share), w3..w5 the channel itself.

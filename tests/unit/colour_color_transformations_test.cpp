@@ -1,8 +1,8 @@
-// Color adjustments: the curve and its tables, the weights, both pixel functions, the run
+// Color transformations: the curve and its tables, the weights, both pixel functions, the run
 // with its own pool limits, and the nine naming rules.
 #include <gtest/gtest.h>
 
-#include "operations/colour/color_adjust_op.h"
+#include "operations/colour/color_transformations_kernels.h"
 #include "operations/colour/color_transformations.h"
 #include "tests/unit/operation_test_support.h"
 
@@ -35,57 +35,57 @@ TPixelChannel Px(uint32_t aValue) {
 
 }  // namespace
 
-TEST(ColorAdjustTables, DefaultsGiveTheIdentity) {
+TEST(ColorTransformationsTables, DefaultsGiveTheIdentity) {
     uint8_t table[256];
-    BuildColorAdjustByteTable(0, 100, 1.0f, table);
+    BuildColorTransformationsByteTable(0, 100, 1.0f, table);
     for (int i = 0; i < 256; ++i) EXPECT_EQ(i, table[i]) << i;
 }
 
-TEST(ColorAdjustTables, GammaZeroOrNegativeBehavesAsTheLowerLimit) {
+TEST(ColorTransformationsTables, GammaZeroOrNegativeBehavesAsTheLowerLimit) {
     uint8_t limit[256], zero[256], negative[256];
-    BuildColorAdjustByteTable(0, 100, 0.001f, limit);
-    BuildColorAdjustByteTable(0, 100, 0.0f, zero);
-    BuildColorAdjustByteTable(0, 100, -3.0f, negative);
+    BuildColorTransformationsByteTable(0, 100, 0.001f, limit);
+    BuildColorTransformationsByteTable(0, 100, 0.0f, zero);
+    BuildColorTransformationsByteTable(0, 100, -3.0f, negative);
     for (int i = 0; i < 256; ++i) {
         EXPECT_EQ(limit[i], zero[i]);
         EXPECT_EQ(limit[i], negative[i]);
     }
-    EXPECT_EQ(0.001f, LimitAdjustGamma(0.0f));
-    EXPECT_EQ(1000.0f, LimitAdjustGamma(5000.0f));
+    EXPECT_EQ(0.001f, LimitTransformationsGamma(0.0f));
+    EXPECT_EQ(1000.0f, LimitTransformationsGamma(5000.0f));
 }
 
-TEST(ColorAdjustTables, ContrastZeroMakesEveryByteHalfLinearLightPlusBrightness) {
+TEST(ColorTransformationsTables, ContrastZeroMakesEveryByteHalfLinearLightPlusBrightness) {
     uint8_t table[256];
-    BuildColorAdjustByteTable(0, 0, 1.0f, table);
+    BuildColorTransformationsByteTable(0, 0, 1.0f, table);
     // 0.5 in linear light encodes to 188.
     for (int i = 0; i < 256; ++i) EXPECT_EQ(188, table[i]);
-    BuildColorAdjustByteTable(51, 0, 1.0f, table);
+    BuildColorTransformationsByteTable(51, 0, 1.0f, table);
     // 0.5 + 51/255 = 0.7 encodes to 218.
     for (int i = 0; i < 256; ++i) EXPECT_EQ(218, table[i]);
 }
 
-TEST(ColorAdjustTables, BrightnessContrastAndGammaTogether) {
+TEST(ColorTransformationsTables, BrightnessContrastAndGammaTogether) {
     uint8_t table[256];
-    BuildColorAdjustByteTable(40, 120, 2.0f, table);
+    BuildColorTransformationsByteTable(40, 120, 2.0f, table);
     EXPECT_EQ(67, table[0]);
     EXPECT_EQ(155, table[64]);
     EXPECT_EQ(206, table[128]);
     EXPECT_EQ(255, table[255]);
 }
 
-TEST(ColorAdjustTables, LinearTableMayLeaveTheSixteenBitRange) {
+TEST(ColorTransformationsTables, LinearTableMayLeaveTheSixteenBitRange) {
     int32_t table[256];
-    BuildColorAdjustLinearTable(0, 100, 1.0f, table);
+    BuildColorTransformationsLinearTable(0, 100, 1.0f, table);
     EXPECT_EQ(198, table[10]);
     EXPECT_EQ(37851, table[200]);
     EXPECT_EQ(65535, table[255]);
-    BuildColorAdjustLinearTable(-255, 100, 1.0f, table);
+    BuildColorTransformationsLinearTable(-255, 100, 1.0f, table);
     EXPECT_EQ(-65535, table[0]);
-    BuildColorAdjustLinearTable(255, 200, 1.0f, table);
+    BuildColorTransformationsLinearTable(255, 200, 1.0f, table);
     EXPECT_GT(table[255], 65535);
 }
 
-TEST(ColorAdjustWeights, SaturationZeroFiftyAndTwoHundred) {
+TEST(ColorTransformationsWeights, SaturationZeroFiftyAndTwoHundred) {
     EXPECT_EQ((std::array<int32_t, 6>{306, 601, 117, 306, 601, 117}),
               std::to_array(SaturationWeights(0).w));
     EXPECT_EQ((std::array<int32_t, 6>{153, 301, 58, 665, 813, 570}), std::to_array(SaturationWeights(50).w));
@@ -104,7 +104,7 @@ TEST(ColorTransformOp, EveryColourByteThroughTheTableAlphaKept) {
 
 TEST(ColorTransformWithSaturationOp, SaturationZeroGivesOneLinearLuminance) {
     int32_t table[256];
-    BuildColorAdjustLinearTable(0, 100, 1.0f, table);
+    BuildColorTransformationsLinearTable(0, 100, 1.0f, table);
     const SSaturationWeights w = SaturationWeights(0);
     const CColorTransformWithSaturationOp op{table, w.w[0], w.w[1], w.w[2], w.w[3], w.w[4], w.w[5], GammaTable()};
     // Pure red: 65535 x 306 >> 10 = 19583, encoded 149.
@@ -115,7 +115,7 @@ TEST(ColorTransformWithSaturationOp, SaturationZeroGivesOneLinearLuminance) {
 
 TEST(ColorTransformWithSaturationOp, HighSaturationIsLimitedToTheRange) {
     int32_t table[256];
-    BuildColorAdjustLinearTable(0, 100, 1.0f, table);
+    BuildColorTransformationsLinearTable(0, 100, 1.0f, table);
     const SSaturationWeights w = SaturationWeights(200);
     const CColorTransformWithSaturationOp op{table, w.w[0], w.w[1], w.w[2], w.w[3], w.w[4], w.w[5], GammaTable()};
     // Red and blue sums fall below 0; green stays inside: 232.
@@ -124,13 +124,13 @@ TEST(ColorTransformWithSaturationOp, HighSaturationIsLimitedToTheRange) {
 
 TEST(ColorTransformWithSaturationOp, TransparentPixelsLoseTheirColour) {
     int32_t table[256];
-    BuildColorAdjustLinearTable(0, 100, 1.0f, table);
+    BuildColorTransformationsLinearTable(0, 100, 1.0f, table);
     const SSaturationWeights w = SaturationWeights(50);
     const CColorTransformWithSaturationOp op{table, w.w[0], w.w[1], w.w[2], w.w[3], w.w[4], w.w[5], GammaTable()};
     EXPECT_EQ(0u, op.Apply(Px(0x00FF8040u)).n);
 }
 
-TEST(ColorAdjustOperation, ListedNameAndSchema) {
+TEST(ColorTransformationsOperation, ListedNameAndSchema) {
     EXPECT_EQ("Raster Image - Color Adjustments", ListedName(Adjust()));
     ComPtr<IConfig> config = ConfigOf(Adjust());
     auto items = zthost::DescribeConfig(config);
@@ -149,7 +149,7 @@ TEST(ColorAdjustOperation, ListedNameAndSchema) {
     EXPECT_EQ(0, items[3].from->iVal);
 }
 
-TEST(ColorAdjustOperation, DefaultsLeaveTheImageUnchanged) {
+TEST(ColorTransformationsOperation, DefaultsLeaveTheImageUnchanged) {
     const auto pixels = Pattern(64);
     auto doc = Image(8, 8, pixels, 0x80123456u);
     ASSERT_EQ(S_OK, RunOperation(Adjust(), doc, AdjustConfig(0, 100, "1", 100)));
@@ -157,20 +157,20 @@ TEST(ColorAdjustOperation, DefaultsLeaveTheImageUnchanged) {
     EXPECT_FALSE(State(doc).lastAlphaTotalGiven);
 }
 
-TEST(ColorAdjustOperation, DefaultPixelGoesBackAsItWasRead) {
+TEST(ColorTransformationsOperation, DefaultPixelGoesBackAsItWasRead) {
     auto doc = Document({5, 5}, {1, 1}, {2, 1}, {0xFF000000u, 0x00FFFFFFu}, 0x80102030u);
     ASSERT_EQ(S_OK, RunOperation(Adjust(), doc, AdjustConfig(51, 0, "1", 100)));
     EXPECT_EQ((std::vector<uint32_t>{0xFFDADADAu, 0x00DADADAu}), Content(doc));
     EXPECT_EQ(0x80102030u, State(doc).defaultPixel.n);
 }
 
-TEST(ColorAdjustOperation, SaturationPathDropsTransparentColours) {
+TEST(ColorTransformationsOperation, SaturationPathDropsTransparentColours) {
     auto doc = Image(2, 1, {0xFFFF0000u, 0x00FF0000u});
     ASSERT_EQ(S_OK, RunOperation(Adjust(), doc, AdjustConfig(0, 100, "1", 0)));
     EXPECT_EQ((std::vector<uint32_t>{0xFF959595u, 0u}), Content(doc));
 }
 
-TEST(ColorAdjustOperation, FourRowsWideTakeThePoolAndStayInsideTheBuffer) {
+TEST(ColorTransformationsOperation, FourRowsWideTakeThePoolAndStayInsideTheBuffer) {
     // 4 rows of 1100 pixels pass the limits; with 16 threads most shares have no row.
     const auto pixels = Pattern(4 * 1100, 77);
     auto one = Image(1100, 4, pixels), many = Image(1100, 4, pixels);
@@ -182,7 +182,7 @@ TEST(ColorAdjustOperation, FourRowsWideTakeThePoolAndStayInsideTheBuffer) {
     EXPECT_EQ(Content(one), Content(many));
 }
 
-TEST(ColorAdjustOperation, SameResultOnOneThreadAndOnManyForBothPaths) {
+TEST(ColorTransformationsOperation, SameResultOnOneThreadAndOnManyForBothPaths) {
     const auto pixels = Pattern(257 * 33, 5);
     for (int saturation : {100, 60}) {
         auto one = Image(257, 33, pixels), many = Image(257, 33, pixels);
@@ -195,7 +195,7 @@ TEST(ColorAdjustOperation, SameResultOnOneThreadAndOnManyForBothPaths) {
     }
 }
 
-TEST(ColorAdjustName, EachRuleWithItsFormat) {
+TEST(ColorTransformationsName, EachRuleWithItsFormat) {
     auto name = [](int b, int c, const char* g, int s) { return NameOf(Adjust(), AdjustConfig(b, c, g, s)); };
     EXPECT_EQ("Adjust exposure", NameOf(Adjust(), nullptr));
     EXPECT_EQ("No adjustment", name(0, 100, "1", 100));

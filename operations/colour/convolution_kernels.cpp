@@ -1,4 +1,4 @@
-#include "operations/colour/convolution_kernel.h"
+#include "operations/colour/convolution_kernels.h"
 
 #include <charconv>
 #include <cmath>

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <limits>
 
-#include "operations/colour/shift_hue_op.h"
+#include "operations/colour/shift_hue_kernels.h"
 
 using namespace zt;
 

@@ -1,4 +1,4 @@
-#include "operations/shape/drop_shadow_kernel.h"
+#include "operations/shape/drop_shadow_kernels.h"
 
 #include <algorithm>
 #include <cmath>
