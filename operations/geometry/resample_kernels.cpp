@@ -143,84 +143,10 @@ EFilter ChooseFilter(uint32_t aS, uint32_t aD, bool aCubic) {
 }
 
 CFilterReader::CFilterReader(EFilter aFilter, const std::vector<uint32_t>& aTable, uint32_t aSources)
-    : filter_(aFilter), t_(aTable.data()), end_(aTable.data() + aTable.size()), last_(aSources - 1) {
+    : t_(aTable.data()), end_(aTable.data() + aTable.size()), last_(aSources - 1) {
     // Linear and reduction start with source 0 behind them, cubic with 0, 0, 1 in its window
     // and source 3 the next to enter.
-    next_ = filter_ == EFilter::cubic ? 3 : 1;
-}
-
-bool CFilterReader::Next(STaps& aTaps) {
-    switch (filter_) {
-        case EFilter::linear:
-            if (left_ == 0) {
-                if (t_ >= end_ || (left_ = *t_++) == 0) return false;
-                window_[0] = window_[1];
-                window_[1] = Clamp(next_++);
-            }
-            if (t_ >= end_) return false;
-            --left_;
-            aTaps.count = 2;
-            aTaps.index[0] = window_[0];
-            aTaps.index[1] = window_[1];
-            aTaps.weight[1] = *t_++;
-            aTaps.weight[0] = 256 - aTaps.weight[1];
-            return true;
-        case EFilter::cubic:
-            if (left_ == 0) {
-                if (t_ >= end_) return false;
-                // A 0 before a count: the window's last source stays (nothing is left to fetch).
-                bool repeat = false;
-                if ((left_ = *t_++) == 0) {
-                    repeat = true;
-                    if (t_ >= end_ || (left_ = *t_++) == 0) return false;
-                }
-                if (first_) {
-                    window_[0] = window_[1] = 0;
-                    window_[2] = 1;
-                    window_[3] = repeat ? 1 : Clamp(2);
-                    first_ = false;
-                } else {
-                    window_[0] = window_[1];
-                    window_[1] = window_[2];
-                    window_[2] = window_[3];
-                    if (!repeat) window_[3] = Clamp(next_++);
-                }
-            }
-            if (end_ - t_ < 4) return false;
-            --left_;
-            aTaps.count = 4;
-            for (int j = 0; j < 4; ++j) {
-                aTaps.index[j] = window_[j];
-                aTaps.weight[j] = *t_++;
-            }
-            return true;
-        case EFilter::reduction: {
-            if (t_ >= end_) return false;
-            const uint32_t n = *t_++;
-            if (n) {
-                if (end_ - t_ < 3) return false;
-                aTaps.count = 0;
-                aTaps.index[0] = window_[0];
-                aTaps.weight[0] = t_[0];
-                aTaps.weight[1] = t_[1];
-                aTaps.total = t_[2];
-                t_ += 3;
-                aTaps.mids = n;
-                aTaps.mid = next_;
-                next_ += n;
-                aTaps.index[1] = window_[0] = Clamp(next_++);
-            } else {
-                if (t_ >= end_) return false;
-                aTaps.count = 2;
-                aTaps.index[0] = window_[0];
-                aTaps.index[1] = window_[0] = Clamp(next_++);
-                aTaps.weight[0] = *t_++;
-                aTaps.weight[1] = 256 - aTaps.weight[0];
-            }
-            return true;
-        }
-        default: return false;
-    }
+    next_ = aFilter == EFilter::cubic ? 3 : 1;
 }
 
 bool UsesGamma(float aGamma) { return aGamma != 1.0f && aGamma > 0.1f && aGamma < 10.0f; }
@@ -264,12 +190,21 @@ public:
     }
 
     void Run() {
-        if (fy_ == EFilter::none) {
-            ColumnNone();
-            return;
+        switch (fy_) {
+            case EFilter::none: ColumnNone(); break;
+            case EFilter::linear: ColumnTaps<EFilter::linear>(); break;
+            case EFilter::cubic: ColumnTaps<EFilter::cubic>(); break;
+            case EFilter::reduction: ColumnTaps<EFilter::reduction>(); break;
         }
-        // Row stages of the last four source rows the table asked for, by row index: the taps
-        // of one target read at most four successive rows, so they never evict each other.
+    }
+
+private:
+    // Every target row from the row stages that the table of filter F names.
+    template <EFilter F>
+    void ColumnTaps() {
+        constexpr uint32_t kTaps = F == EFilter::cubic ? 4 : 2;
+        // Row stages of the last four source rows asked for, by row index: the taps of one
+        // target read at most four successive rows, so they never evict each other.
         const size_t len = size_t(ds_.nX) * 4;
         std::vector<T> ring(4 * len);
         uint32_t held[4] = {UINT32_MAX, UINT32_MAX, UINT32_MAX, UINT32_MAX};
@@ -283,15 +218,16 @@ public:
         };
         std::vector<T> mid;
         std::vector<uint64_t> acc;
-        CFilterReader reader(fy_, yt_, ss_.nY);
+        CFilterReader reader(F, yt_, ss_.nY);
         STaps k;
-        for (uint32_t y = 0; reader.Next(k); ++y) {
-            if (k.count) {
-                const T* rows[4];
-                for (uint32_t j = 0; j < k.count; ++j) rows[j] = row(k.index[j]);
-                OutputColumn(rows, k.weight, int(k.count), TargetRow(y));
+        for (uint32_t y = 0; reader.Next<F>(k); ++y) {
+            if (F != EFilter::reduction || k.count) {
+                const T* rows[kTaps];
+                for (uint32_t j = 0; j < kTaps; ++j) rows[j] = row(k.index[j]);
+                OutputColumn(rows, k.weight, int(kTaps), TargetRow(y));
                 continue;
             }
+            // A span: the first row's product is taken before the last row may take its slot.
             mid.resize(len);
             acc.resize(len);
             const T* first = row(k.index[0]);
@@ -306,7 +242,6 @@ public:
         }
     }
 
-private:
     static std::vector<uint32_t> Table(EFilter aFilter, uint32_t aS, uint32_t aD) {
         switch (aFilter) {
             case EFilter::linear: return LinearTable(aS, aD);
@@ -342,27 +277,38 @@ private:
             }
             return;
         }
-        CFilterReader reader(fx_, xt_, ss_.nX);
+        switch (fx_) {
+            case EFilter::linear: RowTaps<EFilter::linear>(pre, aOut); break;
+            case EFilter::cubic: RowTaps<EFilter::cubic>(pre, aOut); break;
+            default: RowTaps<EFilter::reduction>(pre, aOut); break;
+        }
+    }
+
+    // The taps of every target of a row, as the table of filter F gives them.
+    template <EFilter F>
+    void RowTaps(const T* aPre, T* aOut) const {
+        constexpr uint32_t kTaps = F == EFilter::cubic ? 4 : 2;
+        CFilterReader reader(F, xt_, ss_.nX);
         STaps k;
-        for (T* o = aOut; reader.Next(k); o += 4) {
-            if (k.count) {
-                const T* p0 = pre + 4 * size_t(k.index[0]);
+        for (T* o = aOut; reader.Next<F>(k); o += 4) {
+            if (F != EFilter::reduction || k.count) {
+                const T* p0 = aPre + 4 * size_t(k.index[0]);
                 for (int c = 0; c < 4; ++c) o[c] = p0[c] * T(k.weight[0]);
-                for (uint32_t j = 1; j < k.count; ++j) {
-                    const T* pj = pre + 4 * size_t(k.index[j]);
+                for (uint32_t j = 1; j < kTaps; ++j) {
+                    const T* pj = aPre + 4 * size_t(k.index[j]);
                     for (int c = 0; c < 4; ++c) o[c] += pj[c] * T(k.weight[j]);
                 }
                 continue;
             }
             // A span: the sums pass 32 bits for long ones, 64-bit accumulators here.
-            const T* first = pre + 4 * size_t(k.index[0]);
+            const T* first = aPre + 4 * size_t(k.index[0]);
             uint64_t acc[4];
             for (int c = 0; c < 4; ++c) acc[c] = uint64_t(first[c]) * k.weight[0];
             for (uint32_t m = 0; m < k.mids; ++m) {
-                const T* mid = pre + 4 * size_t(reader.Clamp(k.mid + m));
+                const T* mid = aPre + 4 * size_t(reader.Clamp(k.mid + m));
                 for (int c = 0; c < 4; ++c) acc[c] += uint64_t(mid[c]) << 8;
             }
-            const T* last = pre + 4 * size_t(k.index[1]);
+            const T* last = aPre + 4 * size_t(k.index[1]);
             for (int c = 0; c < 4; ++c) acc[c] += uint64_t(last[c]) * k.weight[1];
             if (acc[3] == 0) {
                 for (int c = 0; c < 4; ++c) o[c] = 0;

@@ -43,12 +43,14 @@ struct STaps {
 class CFilterReader {
 public:
     CFilterReader(EFilter aFilter, const std::vector<uint32_t>& aTable, uint32_t aSources);
+    // The next target's taps; false at the end. F is the table's filter, fixed at compile
+    // time so that the passes' loops know their tap counts.
+    template <EFilter F>
     bool Next(STaps& aTaps);
     // A source index held to the last source.
     uint32_t Clamp(uint32_t aIndex) const { return aIndex < last_ ? aIndex : last_; }
 
 private:
-    EFilter filter_;
     const uint32_t* t_;
     const uint32_t* end_;
     uint32_t last_;
@@ -57,6 +59,81 @@ private:
     bool first_ = true;
     uint32_t window_[4] = {0, 0, 0, 0};
 };
+
+template <EFilter F>
+inline bool CFilterReader::Next(STaps& aTaps) {
+    if constexpr (F == EFilter::linear) {
+        if (left_ == 0) {
+            if (t_ >= end_ || (left_ = *t_++) == 0) return false;
+            window_[0] = window_[1];
+            window_[1] = Clamp(next_++);
+        }
+        if (t_ >= end_) return false;
+        --left_;
+        aTaps.count = 2;
+        aTaps.index[0] = window_[0];
+        aTaps.index[1] = window_[1];
+        aTaps.weight[1] = *t_++;
+        aTaps.weight[0] = 256 - aTaps.weight[1];
+        return true;
+    } else if constexpr (F == EFilter::cubic) {
+        if (left_ == 0) {
+            if (t_ >= end_) return false;
+            // A 0 before a count: the window's last source stays (nothing is left to fetch).
+            bool repeat = false;
+            if ((left_ = *t_++) == 0) {
+                repeat = true;
+                if (t_ >= end_ || (left_ = *t_++) == 0) return false;
+            }
+            if (first_) {
+                window_[0] = window_[1] = 0;
+                window_[2] = 1;
+                window_[3] = repeat ? 1 : Clamp(2);
+                first_ = false;
+            } else {
+                window_[0] = window_[1];
+                window_[1] = window_[2];
+                window_[2] = window_[3];
+                if (!repeat) window_[3] = Clamp(next_++);
+            }
+        }
+        if (end_ - t_ < 4) return false;
+        --left_;
+        aTaps.count = 4;
+        for (int j = 0; j < 4; ++j) {
+            aTaps.index[j] = window_[j];
+            aTaps.weight[j] = *t_++;
+        }
+        return true;
+    } else if constexpr (F == EFilter::reduction) {
+        if (t_ >= end_) return false;
+        const uint32_t n = *t_++;
+        if (n) {
+            if (end_ - t_ < 3) return false;
+            aTaps.count = 0;
+            aTaps.index[0] = window_[0];
+            aTaps.weight[0] = t_[0];
+            aTaps.weight[1] = t_[1];
+            aTaps.total = t_[2];
+            t_ += 3;
+            aTaps.mids = n;
+            aTaps.mid = next_;
+            next_ += n;
+            aTaps.index[1] = window_[0] = Clamp(next_++);
+        } else {
+            if (t_ >= end_) return false;
+            aTaps.count = 2;
+            aTaps.index[0] = window_[0];
+            aTaps.index[1] = window_[0] = Clamp(next_++);
+            aTaps.weight[0] = *t_++;
+            aTaps.weight[1] = 256 - aTaps.weight[0];
+        }
+        return true;
+    } else {
+        return false;
+    }
+}
+
 
 // ---- gamma tables of one resampling
 
