@@ -367,3 +367,67 @@ TEST(ResampleResolution, SetToReplacesAllFour) {
     EXPECT_EQ(300u, r.nNumeratorY);
     EXPECT_EQ(254u, r.nDenominatorY);
 }
+
+TEST(FilterReader, GivesEachTargetItsSourcesAndWeights) {
+    const std::vector<uint32_t> linear = LinearTable(2, 4);
+    CFilterReader reader(EFilter::linear, linear, 2);
+    STaps k;
+    const uint32_t later[4] = {0, 64, 192, 256};
+    for (uint32_t i = 0; i < 4; ++i) {
+        ASSERT_TRUE(reader.Next<EFilter::linear>(k)) << i;
+        EXPECT_EQ(2u, k.count);
+        EXPECT_EQ(0u, k.index[0]);
+        EXPECT_EQ(1u, k.index[1]);
+        EXPECT_EQ(256 - later[i], k.weight[0]) << i;
+        EXPECT_EQ(later[i], k.weight[1]) << i;
+    }
+    EXPECT_FALSE(reader.Next<EFilter::linear>(k));
+
+    // 4 to 2: target 0 spans sources 0 (whole), 1 and 2 (none of it); target 1 is half 2, half 3.
+    const std::vector<uint32_t> reduction = ReductionTable(4, 2);
+    CFilterReader shrink(EFilter::reduction, reduction, 4);
+    ASSERT_TRUE(shrink.Next<EFilter::reduction>(k));
+    EXPECT_EQ(0u, k.count);
+    EXPECT_EQ(0u, k.index[0]);
+    EXPECT_EQ(256u, k.weight[0]);
+    EXPECT_EQ(1u, k.mids);
+    EXPECT_EQ(1u, k.mid);
+    EXPECT_EQ(2u, k.index[1]);
+    EXPECT_EQ(0u, k.weight[1]);
+    EXPECT_EQ(512u, k.total);
+    ASSERT_TRUE(shrink.Next<EFilter::reduction>(k));
+    EXPECT_EQ(2u, k.count);
+    EXPECT_EQ(2u, k.index[0]);
+    EXPECT_EQ(3u, k.index[1]);
+    EXPECT_EQ(128u, k.weight[0]);
+    EXPECT_EQ(128u, k.weight[1]);
+    EXPECT_FALSE(shrink.Next<EFilter::reduction>(k));
+}
+
+TEST(FilterReader, StopsAtTheEndOfACutTable) {
+    for (EFilter filter : {EFilter::linear, EFilter::cubic, EFilter::reduction}) {
+        const std::vector<uint32_t> whole = filter == EFilter::linear  ? LinearTable(5, 13)
+                                            : filter == EFilter::cubic ? CubicTable(5, 13)
+                                                                       : ReductionTable(13, 5);
+        for (size_t cut = 0; cut < whole.size(); ++cut) {
+            // A table in a buffer of its own size, so that a read past it is caught.
+            const std::vector<uint32_t> table(whole.begin(), whole.begin() + cut);
+            const uint32_t sources = filter == EFilter::reduction ? 13 : 5;
+            CFilterReader reader(filter, table, sources);
+            STaps k;
+            int targets = 0;
+            auto next = [&] {
+                switch (filter) {
+                    case EFilter::linear: return reader.Next<EFilter::linear>(k);
+                    case EFilter::cubic: return reader.Next<EFilter::cubic>(k);
+                    default: return reader.Next<EFilter::reduction>(k);
+                }
+            };
+            while (next()) {
+                ++targets;
+                for (uint32_t j = 0; j < (k.count ? k.count : 2); ++j) EXPECT_LT(k.index[j], sources);
+            }
+            EXPECT_LE(targets, 13);
+        }
+    }
+}
