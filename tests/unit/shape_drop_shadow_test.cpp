@@ -2,9 +2,11 @@
 // Expected pixels come from an independent calculation of the stated formulas.
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 #include "operations/shape/drop_shadow_kernels.h"
+#include "tests/unit/picture.h"
 #include "tests/unit/shape_test_support.h"
 
 using namespace zt;
@@ -14,6 +16,12 @@ using shapetest::Tables;
 using shapetest::Words;
 
 namespace {
+
+using pictest::Picture;
+
+// The test shape's colour, and the colours the runs draw with.
+const pictest::Palette kPalette = {{".", 0u},           {"O", 0xFF785028u}, {"R", 0xFFFF0000u},
+                                   {"G", 0xFF00FF00u}, {"B", 0xFF0000FFu}, {"Y", 0xFFFFFF00u}};
 
 // Red 90, green 60, blue 30.
 const SShadowColour& Colour() {
@@ -170,33 +178,36 @@ SShadowParams Params(int32_t aBlending) {
 }  // namespace
 
 TEST(DropShadowRoutine, OuterShadowOfASmallShape) {
-    const std::vector<uint32_t> expected = {
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0xFF785028u, 0xFF785028u, 0xABA94522u, 0x31FF0000u, 0x0DFF0000u,
-        0x00000000u, 0xFF785028u, 0xFF785028u, 0xF8C9391Bu, 0x8BFF0000u, 0x24FF0000u,
-        0x00000000u, 0xABA94522u, 0xF8C9391Bu, 0xFFCB381Au, 0xB1FF0000u, 0x31FF0000u,
-        0x00000000u, 0x31FF0000u, 0x8BFF0000u, 0xB1FF0000u, 0x73FF0000u, 0x24FF0000u};
-    EXPECT_EQ(expected, Shadow(Params(EShadowOuter)));
+    const std::string expected = Picture({
+        ".        .        .        .        .        .",
+        ".        O        O        ABA94522 R31      R0D",
+        ".        O        O        F8C9391B R8B      R24",
+        ".        ABA94522 F8C9391B FFCB381A RB1      R31",
+        ".        R31      R8B      RB1      R73      R24",
+    }, kPalette);
+    EXPECT_EQ(expected, Picture(Shadow(Params(EShadowOuter)), 6, kPalette));
 }
 
 TEST(DropShadowRoutine, InnerShadowOfASmallShape) {
-    const std::vector<uint32_t> expected = {
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0xFFF71506u, 0xFFE42911u, 0x80DE2E14u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0xFFE42911u, 0xFFA14723u, 0x80854E26u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x80DE2E14u, 0x80854E26u, 0x80785028u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u};
-    EXPECT_EQ(expected, Shadow(Params(EShadowInner)));
+    const std::string expected = Picture({
+        ".        .        .        .        .        .",
+        ".        FFF71506 FFE42911 80DE2E14 .        .",
+        ".        FFE42911 FFA14723 80854E26 .        .",
+        ".        80DE2E14 80854E26 O80      .        .",
+        ".        .        .        .        .        .",
+    }, kPalette);
+    EXPECT_EQ(expected, Picture(Shadow(Params(EShadowInner)), 6, kPalette));
 }
 
 TEST(DropShadowRoutine, ShadowOnlyOfASmallShape) {
-    const std::vector<uint32_t> expected = {
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x19FF0000u, 0x49FF0000u, 0x57FF0000u, 0x31FF0000u, 0x0DFF0000u,
-        0x00000000u, 0x49FF0000u, 0xCCFF0000u, 0xF1FF0000u, 0x8BFF0000u, 0x24FF0000u,
-        0x00000000u, 0x57FF0000u, 0xF1FF0000u, 0xFFFF0000u, 0xB1FF0000u, 0x31FF0000u,
-        0x00000000u, 0x31FF0000u, 0x8BFF0000u, 0xB1FF0000u, 0x73FF0000u, 0x24FF0000u};
-    EXPECT_EQ(expected, Shadow(Params(EShadowOnly)));
+    const std::string expected = Picture({
+        ".   .   .   .   .   .",
+        ".   R19 R49 R57 R31 R0D",
+        ".   R49 RCC RF1 R8B R24",
+        ".   R57 RF1 R   RB1 R31",
+        ".   R31 R8B RB1 R73 R24",
+    }, kPalette);
+    EXPECT_EQ(expected, Picture(Shadow(Params(EShadowOnly)), 6, kPalette));
 }
 
 TEST(DropShadowRoutine, SizeZeroIsASharpCopyOfTheOpaqueShapeByTheOffset) {
@@ -205,32 +216,35 @@ TEST(DropShadowRoutine, SizeZeroIsASharpCopyOfTheOpaqueShapeByTheOffset) {
     p.size = 0.0f;
     p.density = 1.0f;
     p.color = 0;
-    const std::vector<uint32_t> expected = {
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0xFF785028u, 0xFF785028u, 0x80785028u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0xFF785028u, 0xFF785028u, 0xFE57381Au, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x80785028u, 0xFE57381Au, 0xFE57381Au, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u};
-    EXPECT_EQ(expected, Shadow(p));
+    const std::string expected = Picture({
+        ".        .        .        .        .        .",
+        ".        O        O        O80      .        .",
+        ".        O        O        FE57381A .        .",
+        ".        O80      FE57381A FE57381A .        .",
+        ".        .        .        .        .        .",
+    }, kPalette);
+    EXPECT_EQ(expected, Picture(Shadow(p), 6, kPalette));
 }
 
 TEST(DropShadowRoutine, OuterShadowUnderAMask) {
     const std::vector<uint8_t> mask = {0, 0, 128, 128, 255, 255, 0, 0, 128, 128, 255, 255, 0, 0, 128,
                                        128, 255, 255, 0, 0, 128, 128, 255, 255, 0, 0, 128, 128, 255, 255};
-    const std::vector<uint32_t> expected = {
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0xFF785028u, 0xFF7D4F27u, 0x8D984A23u, 0x18FF0000u, 0x06FF0000u,
-        0x00000000u, 0xFF785028u, 0xFF874D26u, 0xA4B8401Eu, 0x45FF0000u, 0x12FF0000u,
-        0x00000000u, 0x80785028u, 0x93A24722u, 0xACBF3E1Du, 0x57FF0000u, 0x18FF0000u,
-        0x00000000u, 0x00000000u, 0x17FF0000u, 0x39FF0000u, 0x39FF0000u, 0x12FF0000u};
-    EXPECT_EQ(expected, Shadow(Params(EShadowOuter), mask.data()));
-    const std::vector<uint32_t> inner = {
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0xFF785028u, 0xFFC83A1Bu, 0x80C43C1Cu, 0x00000000u, 0x00000000u,
-        0x00000000u, 0xFF785028u, 0xFFC23C1Cu, 0x80B6411Fu, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x80785028u, 0x80C03D1Du, 0x80B14320u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u};
-    EXPECT_EQ(inner, Shadow(Params(EShadowInner), mask.data()));
+    const std::string expected = Picture({
+        ".        .        .        .        .        .",
+        ".        O        FF7D4F27 8D984A23 R18      R06",
+        ".        O        FF874D26 A4B8401E R45      R12",
+        ".        O80      93A24722 ACBF3E1D R57      R18",
+        ".        .        R17      R39      R39      R12",
+    }, kPalette);
+    EXPECT_EQ(expected, Picture(Shadow(Params(EShadowOuter), mask.data()), 6, kPalette));
+    const std::string inner = Picture({
+        ".        .        .        .        .        .",
+        ".        O        FFC83A1B 80C43C1C .        .",
+        ".        O        FFC23C1C 80B6411F .        .",
+        ".        O80      80C03D1D 80B14320 .        .",
+        ".        .        .        .        .        .",
+    }, kPalette);
+    EXPECT_EQ(inner, Picture(Shadow(Params(EShadowInner), mask.data()), 6, kPalette));
 }
 
 TEST(DropShadowRoutine, SizeAbove250BehavesAs250) {

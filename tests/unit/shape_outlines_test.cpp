@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "operations/shape/outlines_kernels.h"
+#include "tests/unit/picture.h"
 #include "tests/unit/shape_test_support.h"
 
 using namespace zt;
@@ -81,6 +82,12 @@ TEST(OutlineCompose, BlendTransparentRules) {
 
 namespace {
 
+using pictest::Picture;
+
+// The test shape's colour, and the colours the runs draw with.
+const pictest::Palette kPalette = {{".", 0u},           {"O", 0xFF785028u}, {"R", 0xFFFF0000u},
+                                   {"G", 0xFF00FF00u}, {"B", 0xFF0000FFu}, {"Y", 0xFFFFFF00u}};
+
 // A 4 x 3 opaque block with one half-transparent pixel, padded by the margin the run adds.
 std::vector<uint32_t> RunOutline(float aWidth, int32_t aPosition, int32_t aMode, std::vector<float> aColor) {
     const uint32_t O = 0xFF785028u, S = 0x80785028u;
@@ -102,160 +109,128 @@ std::vector<uint32_t> RunOutline(float aWidth, int32_t aPosition, int32_t aMode,
 }  // namespace
 
 TEST(OutlineRoutine, InsideReplace) {
-    EXPECT_EQ(std::vector<uint32_t>({
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0xFFFF0000u, 0xFFFF0000u, 0xFFFF0000u, 0xFFFF0000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0xFFFF0000u, 0x80FF0000u, 0xFFCB381Au, 0xFFFF0000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0xFFFF0000u, 0xFFFF0000u,
-        0xFFFF0000u, 0xFFFF0000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u}),
-              RunOutline(1.0f, 0, 1, {1.0f, 0.0f, 0.0f, 1.0f}));
+    EXPECT_EQ(Picture({
+                  ".        .        .        .        .        .        .        .",
+                  ".        .        .        .        .        .        .        .",
+                  ".        .        R        R        R        R        .        .",
+                  ".        .        R        R80      FFCB381A R        .        .",
+                  ".        .        R        R        R        R        .        .",
+                  ".        .        .        .        .        .        .        .",
+                  ".        .        .        .        .        .        .        .",
+              }, kPalette),
+              Picture(RunOutline(1.0f, 0, 1, {1.0f, 0.0f, 0.0f, 1.0f}), 8, kPalette));
 }
 
 TEST(OutlineRoutine, CenteredReplace) {
-    EXPECT_EQ(std::vector<uint32_t>({
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x15FF0000u, 0x7FFF0000u, 0x7FFF0000u,
-        0x7FFF0000u, 0x7FFF0000u, 0x15FF0000u, 0x00000000u, 0x00000000u, 0x7FFF0000u,
-        0xFFCB381Au, 0xFFCB381Au, 0xFFCB381Au, 0xFFCB381Au, 0x7FFF0000u, 0x00000000u,
-        0x00000000u, 0x7FFF0000u, 0xFFCB381Au, 0xFFFF0000u, 0xFF785028u, 0xFFCB381Au,
-        0x7FFF0000u, 0x00000000u, 0x00000000u, 0x7FFF0000u, 0xFFCB381Au, 0xFFCB381Au,
-        0xFFCB381Au, 0xFFCB381Au, 0x7FFF0000u, 0x00000000u, 0x00000000u, 0x15FF0000u,
-        0x7FFF0000u, 0x7FFF0000u, 0x7FFF0000u, 0x7FFF0000u, 0x15FF0000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u}),
-              RunOutline(1.0f, 1, 1, {1.0f, 0.0f, 0.0f, 1.0f}));
+    EXPECT_EQ(Picture({
+                  ".        .        .        .        .        .        .        .",
+                  ".        R15      R7F      R7F      R7F      R7F      R15      .",
+                  ".        R7F      FFCB381A FFCB381A FFCB381A FFCB381A R7F      .",
+                  ".        R7F      FFCB381A R        O        FFCB381A R7F      .",
+                  ".        R7F      FFCB381A FFCB381A FFCB381A FFCB381A R7F      .",
+                  ".        R15      R7F      R7F      R7F      R7F      R15      .",
+                  ".        .        .        .        .        .        .        .",
+              }, kPalette),
+              Picture(RunOutline(1.0f, 1, 1, {1.0f, 0.0f, 0.0f, 1.0f}), 8, kPalette));
 }
 
 TEST(OutlineRoutine, OutsideReplace) {
-    EXPECT_EQ(std::vector<uint32_t>({
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x95FF0000u, 0xFFFF0000u, 0xFFFF0000u,
-        0xFFFF0000u, 0xFFFF0000u, 0x95FF0000u, 0x00000000u, 0x00000000u, 0xFFFF0000u,
-        0xFF785028u, 0xFF785028u, 0xFF785028u, 0xFF785028u, 0xFFFF0000u, 0x00000000u,
-        0x00000000u, 0xFFFF0000u, 0xFF785028u, 0xFFCB381Au, 0xFF785028u, 0xFF785028u,
-        0xFFFF0000u, 0x00000000u, 0x00000000u, 0xFFFF0000u, 0xFF785028u, 0xFF785028u,
-        0xFF785028u, 0xFF785028u, 0xFFFF0000u, 0x00000000u, 0x00000000u, 0x95FF0000u,
-        0xFFFF0000u, 0xFFFF0000u, 0xFFFF0000u, 0xFFFF0000u, 0x95FF0000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u}),
-              RunOutline(1.0f, 2, 1, {1.0f, 0.0f, 0.0f, 1.0f}));
+    EXPECT_EQ(Picture({
+                  ".        .        .        .        .        .        .        .",
+                  ".        R95      R        R        R        R        R95      .",
+                  ".        R        O        O        O        O        R        .",
+                  ".        R        O        FFCB381A O        O        R        .",
+                  ".        R        O        O        O        O        R        .",
+                  ".        R95      R        R        R        R        R95      .",
+                  ".        .        .        .        .        .        .        .",
+              }, kPalette),
+              Picture(RunOutline(1.0f, 2, 1, {1.0f, 0.0f, 0.0f, 1.0f}), 8, kPalette));
 }
 
 TEST(OutlineRoutine, CenteredOutlineOnly) {
-    EXPECT_EQ(std::vector<uint32_t>({
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x15FF0000u, 0x7FFF0000u, 0x7FFF0000u,
-        0x7FFF0000u, 0x7FFF0000u, 0x15FF0000u, 0x00000000u, 0x00000000u, 0x7FFF0000u,
-        0x7FFF0000u, 0x7FFF0000u, 0x7FFF0000u, 0x7FFF0000u, 0x7FFF0000u, 0x00000000u,
-        0x00000000u, 0x7FFF0000u, 0x7FFF0000u, 0xFFFF0000u, 0x00000000u, 0x7FFF0000u,
-        0x7FFF0000u, 0x00000000u, 0x00000000u, 0x7FFF0000u, 0x7FFF0000u, 0x7FFF0000u,
-        0x7FFF0000u, 0x7FFF0000u, 0x7FFF0000u, 0x00000000u, 0x00000000u, 0x15FF0000u,
-        0x7FFF0000u, 0x7FFF0000u, 0x7FFF0000u, 0x7FFF0000u, 0x15FF0000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u}),
-              RunOutline(1.0f, 1, 0, {1.0f, 0.0f, 0.0f, 1.0f}));
+    EXPECT_EQ(Picture({
+                  ".   .   .   .   .   .   .   .",
+                  ".   R15 R7F R7F R7F R7F R15 .",
+                  ".   R7F R7F R7F R7F R7F R7F .",
+                  ".   R7F R7F R   .   R7F R7F .",
+                  ".   R7F R7F R7F R7F R7F R7F .",
+                  ".   R15 R7F R7F R7F R7F R15 .",
+                  ".   .   .   .   .   .   .   .",
+              }, kPalette),
+              Picture(RunOutline(1.0f, 1, 0, {1.0f, 0.0f, 0.0f, 1.0f}), 8, kPalette));
 }
 
 TEST(OutlineRoutine, OutsideBlendTransparent) {
-    EXPECT_EQ(std::vector<uint32_t>({
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x4B0000FFu, 0x800000FFu, 0x800000FFu,
-        0x800000FFu, 0x800000FFu, 0x4B0000FFu, 0x00000000u, 0x00000000u, 0x800000FFu,
-        0xFF785028u, 0xFF785028u, 0xFF785028u, 0xFF785028u, 0x800000FFu, 0x00000000u,
-        0x00000000u, 0x800000FFu, 0xFF785028u, 0xA05E3EACu, 0xFF785028u, 0xFF785028u,
-        0x800000FFu, 0x00000000u, 0x00000000u, 0x800000FFu, 0xFF785028u, 0xFF785028u,
-        0xFF785028u, 0xFF785028u, 0x800000FFu, 0x00000000u, 0x00000000u, 0x4B0000FFu,
-        0x800000FFu, 0x800000FFu, 0x800000FFu, 0x800000FFu, 0x4B0000FFu, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u}),
-              RunOutline(1.0f, 2, 2, {0.0f, 0.0f, 1.0f, 0.5f}));
+    EXPECT_EQ(Picture({
+                  ".        .        .        .        .        .        .        .",
+                  ".        B4B      B80      B80      B80      B80      B4B      .",
+                  ".        B80      O        O        O        O        B80      .",
+                  ".        B80      O        A05E3EAC O        O        B80      .",
+                  ".        B80      O        O        O        O        B80      .",
+                  ".        B4B      B80      B80      B80      B80      B4B      .",
+                  ".        .        .        .        .        .        .        .",
+              }, kPalette),
+              Picture(RunOutline(1.0f, 2, 2, {0.0f, 0.0f, 1.0f, 0.5f}), 8, kPalette));
 }
 
 TEST(OutlineRoutine, WidthZeroCentered) {
-    EXPECT_EQ(std::vector<uint32_t>({
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x0CFF0000u, 0x0CFF0000u,
-        0x0CFF0000u, 0x0CFF0000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x0CFF0000u,
-        0xFF834E27u, 0xFF834E27u, 0xFF834E27u, 0xFF834E27u, 0x0CFF0000u, 0x00000000u,
-        0x00000000u, 0x0CFF0000u, 0xFF834E27u, 0x4DFF0000u, 0xFF785028u, 0xFF834E27u,
-        0x0CFF0000u, 0x00000000u, 0x00000000u, 0x0CFF0000u, 0xFF834E27u, 0xFF834E27u,
-        0xFF834E27u, 0xFF834E27u, 0x0CFF0000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x0CFF0000u, 0x0CFF0000u, 0x0CFF0000u, 0x0CFF0000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u}),
-              RunOutline(0.0f, 1, 1, {1.0f, 0.0f, 0.0f, 1.0f}));
+    EXPECT_EQ(Picture({
+                  ".        .        .        .        .        .        .        .",
+                  ".        .        R0C      R0C      R0C      R0C      .        .",
+                  ".        R0C      FF834E27 FF834E27 FF834E27 FF834E27 R0C      .",
+                  ".        R0C      FF834E27 R4D      O        FF834E27 R0C      .",
+                  ".        R0C      FF834E27 FF834E27 FF834E27 FF834E27 R0C      .",
+                  ".        .        R0C      R0C      R0C      R0C      .        .",
+                  ".        .        .        .        .        .        .        .",
+              }, kPalette),
+              Picture(RunOutline(0.0f, 1, 1, {1.0f, 0.0f, 0.0f, 1.0f}), 8, kPalette));
 }
 
 TEST(OutlineRoutine, InsideBlendTransparent) {
-    EXPECT_EQ(std::vector<uint32_t>({
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0xFF699721u, 0xFF699721u, 0xFF699721u,
-        0xFF699721u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0xFF699721u, 0x906B9122u, 0xFF699721u, 0xFF699721u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0xFF699721u,
-        0xFF699721u, 0xFF699721u, 0xFF699721u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u}),
-              RunOutline(2.0f, 0, 2, {0.0f, 1.0f, 0.0f, 0.25f}));
+    EXPECT_EQ(Picture({
+                  ".        .        .        .        .        .        .        .        .        .",
+                  ".        .        .        .        .        .        .        .        .        .",
+                  ".        .        .        .        .        .        .        .        .        .",
+                  ".        .        .        FF699721 FF699721 FF699721 FF699721 .        .        .",
+                  ".        .        .        FF699721 906B9122 FF699721 FF699721 .        .        .",
+                  ".        .        .        FF699721 FF699721 FF699721 FF699721 .        .        .",
+                  ".        .        .        .        .        .        .        .        .        .",
+                  ".        .        .        .        .        .        .        .        .        .",
+                  ".        .        .        .        .        .        .        .        .        .",
+              }, kPalette),
+              Picture(RunOutline(2.0f, 0, 2, {0.0f, 1.0f, 0.0f, 0.25f}), 10, kPalette));
 }
 
 TEST(OutlineRoutine, InsideOutlineOnly) {
-    EXPECT_EQ(std::vector<uint32_t>({
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0xFF7CAAFFu, 0xFF7CAAFFu, 0xFF7CAAFFu,
-        0xFF7CAAFFu, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0xFF7CAAFFu, 0x807CAAFFu, 0xFF7CAAFFu, 0xFF7CAAFFu, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0xFF7CAAFFu,
-        0xFF7CAAFFu, 0xFF7CAAFFu, 0xFF7CAAFFu, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u}),
-              RunOutline(1.5f, 0, 0, {0.2f, 0.4f, 1.0f, 1.0f}));
+    EXPECT_EQ(Picture({
+                  ".        .        .        .        .        .        .        .        .        .",
+                  ".        .        .        .        .        .        .        .        .        .",
+                  ".        .        .        .        .        .        .        .        .        .",
+                  ".        .        .        FF7CAAFF FF7CAAFF FF7CAAFF FF7CAAFF .        .        .",
+                  ".        .        .        FF7CAAFF 807CAAFF FF7CAAFF FF7CAAFF .        .        .",
+                  ".        .        .        FF7CAAFF FF7CAAFF FF7CAAFF FF7CAAFF .        .        .",
+                  ".        .        .        .        .        .        .        .        .        .",
+                  ".        .        .        .        .        .        .        .        .        .",
+                  ".        .        .        .        .        .        .        .        .        .",
+              }, kPalette),
+              Picture(RunOutline(1.5f, 0, 0, {0.2f, 0.4f, 1.0f, 1.0f}), 10, kPalette));
 }
 
 TEST(OutlineRoutine, CenteredBlendTransparent) {
-    EXPECT_EQ(std::vector<uint32_t>({
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x2FFFFF00u, 0x59FFFF00u, 0x59FFFF00u,
-        0x59FFFF00u, 0x59FFFF00u, 0x2FFFFF00u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x2FFFFF00u, 0xB3FFFF00u, 0xB3FFFF00u, 0xB3FFFF00u,
-        0xB3FFFF00u, 0xB3FFFF00u, 0xB3FFFF00u, 0x2FFFFF00u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x59FFFF00u, 0xB3FFFF00u, 0xFFE2DE12u, 0xFFE2DE12u,
-        0xFFE2DE12u, 0xFFE2DE12u, 0xB3FFFF00u, 0x59FFFF00u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x59FFFF00u, 0xB3FFFF00u, 0xFFE2DE12u, 0xD9EFEC0Cu,
-        0xFFE2DE12u, 0xFFE2DE12u, 0xB3FFFF00u, 0x59FFFF00u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x59FFFF00u, 0xB3FFFF00u, 0xFFE2DE12u, 0xFFE2DE12u,
-        0xFFE2DE12u, 0xFFE2DE12u, 0xB3FFFF00u, 0x59FFFF00u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x2FFFFF00u, 0xB3FFFF00u, 0xB3FFFF00u, 0xB3FFFF00u,
-        0xB3FFFF00u, 0xB3FFFF00u, 0xB3FFFF00u, 0x2FFFFF00u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x2FFFFF00u, 0x59FFFF00u, 0x59FFFF00u,
-        0x59FFFF00u, 0x59FFFF00u, 0x2FFFFF00u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u,
-        0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u, 0x00000000u}),
-              RunOutline(3.0f, 1, 2, {1.0f, 1.0f, 0.0f, 0.7f}));
+    EXPECT_EQ(Picture({
+                  ".        .        .        .        .        .        .        .        .        .        .        .",
+                  ".        .        .        .        .        .        .        .        .        .        .        .",
+                  ".        .        .        Y2F      Y59      Y59      Y59      Y59      Y2F      .        .        .",
+                  ".        .        Y2F      YB3      YB3      YB3      YB3      YB3      YB3      Y2F      .        .",
+                  ".        .        Y59      YB3      FFE2DE12 FFE2DE12 FFE2DE12 FFE2DE12 YB3      Y59      .        .",
+                  ".        .        Y59      YB3      FFE2DE12 D9EFEC0C FFE2DE12 FFE2DE12 YB3      Y59      .        .",
+                  ".        .        Y59      YB3      FFE2DE12 FFE2DE12 FFE2DE12 FFE2DE12 YB3      Y59      .        .",
+                  ".        .        Y2F      YB3      YB3      YB3      YB3      YB3      YB3      Y2F      .        .",
+                  ".        .        .        Y2F      Y59      Y59      Y59      Y59      Y2F      .        .        .",
+                  ".        .        .        .        .        .        .        .        .        .        .        .",
+                  ".        .        .        .        .        .        .        .        .        .        .        .",
+              }, kPalette),
+              Picture(RunOutline(3.0f, 1, 2, {1.0f, 1.0f, 0.0f, 0.7f}), 12, kPalette));
 }
 
 TEST(OutlineRoutine, OpaqueAlphaWithModeTwoIsReplace) {
