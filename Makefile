@@ -4,7 +4,7 @@ BUILD       ?= build
 BUILD_ASAN  ?= build-asan
 JOBS        ?= $(shell nproc)
 PACKAGES    := g++ cmake make pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-               libpng-dev libjpeg62-turbo-dev
+               libpng-dev libjpeg62-turbo-dev clang-format
 
 .PHONY: all deps build run test test-sanitize bench clean
 

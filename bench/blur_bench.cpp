@@ -66,8 +66,17 @@ void BlurActivate(benchmark::State& state, const char* aMethod) {
     state.SetBytesProcessed(int64_t(state.iterations()) * kSide * kSide * 4);
 }
 
-BENCHMARK_CAPTURE(BlurActivate, constant, "0")->Name("Blur/constant-r10/threads:all")->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK_CAPTURE(BlurActivate, linear, "1")->Name("Blur/linear-r10/threads:all")->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK_CAPTURE(BlurActivate, gaussian, "3")->Name("Blur/gaussian-r10/threads:all")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BlurActivate, constant, "0")
+    ->Name("Blur/constant-r10/threads:all")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(BlurActivate, linear, "1")
+    ->Name("Blur/linear-r10/threads:all")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(BlurActivate, gaussian, "3")
+    ->Name("Blur/gaussian-r10/threads:all")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 }  // namespace

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "host/zthost.h"
-#include "operations/colour/color_transformations_kernels.h"
 #include "operations/colour/color_transformations.h"
+#include "operations/colour/color_transformations_kernels.h"
 #include "operations/colour/colorize.h"
 #include "operations/colour/colorize_kernels.h"
 #include "operations/colour/colour_run.h"
@@ -76,8 +76,8 @@ void ColorizeTask(benchmark::State& state) {
     RunTaskBench(state, zt::CColorizeOp{table, &total});
 }
 
-#define ZT_COLOUR_BENCH(fn, name)                                                                                  \
-    BENCHMARK(fn)->Name(name "/threads:1")->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();                 \
+#define ZT_COLOUR_BENCH(fn, name)                                                                 \
+    BENCHMARK(fn)->Name(name "/threads:1")->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime(); \
     BENCHMARK(fn)->Name(name "/threads:all")->Arg(AllThreads())->Unit(benchmark::kMillisecond)->UseRealTime()
 
 ZT_COLOUR_BENCH(AdjustBytesTask, "ColorTransformations/bytes/task");

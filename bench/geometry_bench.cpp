@@ -6,10 +6,10 @@
 #include <cmath>
 #include <vector>
 
-#include "operations/geometry/transformers.h"
 #include "operations/geometry/resample_kernels.h"
 #include "operations/geometry/rotate.h"
 #include "operations/geometry/transform_kernels.h"
+#include "operations/geometry/transformers.h"
 
 namespace {
 
@@ -41,9 +41,9 @@ void Resample(benchmark::State& state, uint32_t aTarget, bool aCubic, bool aGamm
     const TPixelChannel fill{};
     for (auto _ : state) {
         // The helper's direct case: whole image in, whole scaled image out, tables per call.
-        zt::CResamplingHelperCoverage(setup.sourceSize, setup.targetSize, setup.cubic).ProcessTile(1, aGamma ? 2.2f : 1.0f, &fill, &m, src.data(), {0, 0},
-                                          {kSide, kSide}, {1, kSide}, dst.data(), {0, 0}, {aTarget, aTarget},
-                                          {1, aTarget});
+        zt::CResamplingHelperCoverage(setup.sourceSize, setup.targetSize, setup.cubic)
+            .ProcessTile(1, aGamma ? 2.2f : 1.0f, &fill, &m, src.data(), {0, 0}, {kSide, kSide}, {1, kSide}, dst.data(),
+                         {0, 0}, {aTarget, aTarget}, {1, aTarget});
         benchmark::DoNotOptimize(dst.data());
     }
 }
@@ -55,28 +55,32 @@ void Rotate(benchmark::State& state, bool aGamma) {
     const TPixelChannel fill{};
     for (auto _ : state) {
         zt::CTransformHelperRotate().ProcessTile(1, aGamma ? 2.2f : 1.0f, &fill, &plan.matrix, src.data(), {0, 0},
-                                         {kSide, kSide}, {1, kSide}, dst.data(), {0, 0}, plan.canvas,
-                                         {1, plan.canvas.nX});
+                                                 {kSide, kSide}, {1, kSide}, dst.data(), {0, 0}, plan.canvas,
+                                                 {1, plan.canvas.nX});
         benchmark::DoNotOptimize(dst.data());
     }
 }
 
-#define ZT_RESAMPLE(name, target, cubic, gamma)                                                   \
-    BENCHMARK_CAPTURE(Resample, name, target, cubic, gamma)                                       \
-        ->Name("Resample/ours-" #name)                                                            \
-        ->Unit(benchmark::kMillisecond)                                                           \
-        ->UseRealTime()                                                                           \
+#define ZT_RESAMPLE(name, target, cubic, gamma)             \
+    BENCHMARK_CAPTURE(Resample, name, target, cubic, gamma) \
+        ->Name("Resample/ours-" #name)                      \
+        ->Unit(benchmark::kMillisecond)                     \
+        ->UseRealTime()                                     \
         ->Iterations(3)
 
 ZT_RESAMPLE(linear50, 2048, false, false);
-ZT_RESAMPLE(linear50-gamma, 2048, false, true);
+ZT_RESAMPLE(linear50 - gamma, 2048, false, true);
 ZT_RESAMPLE(linear200, 8192, false, false);
-ZT_RESAMPLE(linear200-gamma, 8192, false, true);
+ZT_RESAMPLE(linear200 - gamma, 8192, false, true);
 ZT_RESAMPLE(cubic50, 2048, true, false);
 ZT_RESAMPLE(cubic200, 8192, true, false);
-ZT_RESAMPLE(cubic200-gamma, 8192, true, true);
+ZT_RESAMPLE(cubic200 - gamma, 8192, true, true);
 
-BENCHMARK_CAPTURE(Rotate, plain, false)->Name("Rotate/ours-30")->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+BENCHMARK_CAPTURE(Rotate, plain, false)
+    ->Name("Rotate/ours-30")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(3);
 BENCHMARK_CAPTURE(Rotate, gamma, true)
     ->Name("Rotate/ours-30-gamma")
     ->Unit(benchmark::kMillisecond)

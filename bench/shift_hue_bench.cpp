@@ -52,15 +52,19 @@ void ShiftHueKernel(benchmark::State& state) {
     std::atomic<uint64_t> alpha{0};
     zt::CShiftHueOp op{zt::ShiftHueShift(40.0f), &alpha};
     for (auto _ : state) {
-        zt::CPixelLevelTask<zt::CShiftHueOp> task(&source, TPixelChannel{}, {0, 0},
-                                                  {int32_t(kSide), int32_t(kSide)}, dst.data(), &op);
+        zt::CPixelLevelTask<zt::CShiftHueOp> task(&source, TPixelChannel{}, {0, 0}, {int32_t(kSide), int32_t(kSide)},
+                                                  dst.data(), &op);
         zt::RunShares(task, kSide, zt::PoolIf(true));
         benchmark::DoNotOptimize(dst.data());
     }
     state.SetBytesProcessed(int64_t(state.iterations()) * dst.size() * 4);
 }
 BENCHMARK(ShiftHueKernel)->Name("ShiftHue/task/threads:1")->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(ShiftHueKernel)->Name("ShiftHue/task/threads:all")->Arg(AllThreads())->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(ShiftHueKernel)
+    ->Name("ShiftHue/task/threads:all")
+    ->Arg(AllThreads())
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 void ShiftHueActivate(benchmark::State& state) {
     zthost::SetThreadCount(uint32_t(state.range(0)));
@@ -81,6 +85,10 @@ void ShiftHueActivate(benchmark::State& state) {
     state.SetBytesProcessed(int64_t(state.iterations()) * kSide * kSide * 4);
 }
 BENCHMARK(ShiftHueActivate)->Name("ShiftHue/Activate/threads:1")->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(ShiftHueActivate)->Name("ShiftHue/Activate/threads:all")->Arg(AllThreads())->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(ShiftHueActivate)
+    ->Name("ShiftHue/Activate/threads:all")
+    ->Arg(AllThreads())
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 }  // namespace

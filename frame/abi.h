@@ -6,8 +6,8 @@
 #include "frame/guid.h"
 #include "frame/result.h"
 #include "frame/unknown.h"
-#include "frame/ztstr.h"
 #include "frame/utf.h"
+#include "frame/ztstr.h"
 
 // Language ids of the two built-in languages.
 constexpr uint32_t LANG_ENGLISH = 0x0409;

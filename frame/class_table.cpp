@@ -48,8 +48,8 @@ HRESULT CreatePlain(IUnknown* aOuter, const IID& aIID, void** aOut) {
 
 template <class T, const SCategoryEntry* (*CategoryMap)()>
 constexpr SClassEntry Singleton() {
-    return {&T::classId, nullptr, &CComClassFactorySingleton<T>::Get, &CreatePlain<T>, &g_factorySlot<T>,
-            nullptr, CategoryMap, nullptr};
+    return {&T::classId, nullptr, &CComClassFactorySingleton<T>::Get, &CreatePlain<T>, &g_factorySlot<T>, nullptr,
+            CategoryMap, nullptr};
 }
 
 using namespace category;

@@ -22,8 +22,10 @@ public:
     virtual ~CFactoryBase() = default;
     void* FindInterfaceImpl(const IID& aIID) { return FindInterface<IClassFactory>(this, aIID); }
     HRESULT LockServer(int32_t aLock) override {
-        if (aLock) ModuleLock();
-        else ModuleUnlock();
+        if (aLock)
+            ModuleLock();
+        else
+            ModuleUnlock();
         return S_OK;
     }
 };
@@ -58,8 +60,10 @@ void ReleaseFactories(const SClassEntry* aTable, size_t aCount);
 // Calls a class's optional FinalConstruct after it is made.
 template <class T>
 HRESULT FinalConstructOf(T* aObject) {
-    if constexpr (requires { aObject->FinalConstruct(); }) return aObject->FinalConstruct();
-    else return S_OK;
+    if constexpr (requires { aObject->FinalConstruct(); })
+        return aObject->FinalConstruct();
+    else
+        return S_OK;
 }
 
 // Plain factory: a new instance per request.

@@ -135,8 +135,8 @@ ComPtr<IConfig> BuildConfig(IOperationManager* aManager, const SConfigSchema& aS
             }
             case ESchemaKind::operation: {
                 // Without a manager of the caller's, the host's own lists the operations.
-                ComPtr<IOperationManager> manager =
-                    aManager ? ComPtr<IOperationManager>(aManager) : HostCreate<IOperationManager>(CLSID_OperationManager);
+                ComPtr<IOperationManager> manager = aManager ? ComPtr<IOperationManager>(aManager)
+                                                             : HostCreate<IOperationManager>(CLSID_OperationManager);
                 if (!manager) throw CHResultException{E_POINTER};
                 ThrowIfFailed(manager->InsertIntoConfigAs(manager, builder, key, name, help, conditions.Count(),
                                                           conditions.Data()));

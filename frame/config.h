@@ -78,16 +78,52 @@ struct SSchemaValue {
     GUID g{};
     const char16_t* s = nullptr;
 };
-inline SSchemaValue Long(int32_t v) { SSchemaValue r; r.type = ECVTInteger; r.i = v; return r; }
-inline SSchemaValue Float(float v) { SSchemaValue r; r.type = ECVTFloat; r.f[0] = v; return r; }
-inline SSchemaValue Bool(bool v) { SSchemaValue r; r.type = ECVTBool; r.b = v; return r; }
-inline SSchemaValue Guid(const GUID& v) { SSchemaValue r; r.type = ECVTGUID; r.g = v; return r; }
-inline SSchemaValue String(const char16_t* v) { SSchemaValue r; r.type = ECVTString; r.s = v; return r; }
+inline SSchemaValue Long(int32_t v) {
+    SSchemaValue r;
+    r.type = ECVTInteger;
+    r.i = v;
+    return r;
+}
+inline SSchemaValue Float(float v) {
+    SSchemaValue r;
+    r.type = ECVTFloat;
+    r.f[0] = v;
+    return r;
+}
+inline SSchemaValue Bool(bool v) {
+    SSchemaValue r;
+    r.type = ECVTBool;
+    r.b = v;
+    return r;
+}
+inline SSchemaValue Guid(const GUID& v) {
+    SSchemaValue r;
+    r.type = ECVTGUID;
+    r.g = v;
+    return r;
+}
+inline SSchemaValue String(const char16_t* v) {
+    SSchemaValue r;
+    r.type = ECVTString;
+    r.s = v;
+    return r;
+}
 inline SSchemaValue Color(float red, float green, float blue, float alpha) {
-    SSchemaValue r; r.type = ECVTFloatColor; r.f[0] = red; r.f[1] = green; r.f[2] = blue; r.f[3] = alpha; return r;
+    SSchemaValue r;
+    r.type = ECVTFloatColor;
+    r.f[0] = red;
+    r.f[1] = green;
+    r.f[2] = blue;
+    r.f[3] = alpha;
+    return r;
 }
 inline SSchemaValue Vector(float x, float y, float z) {
-    SSchemaValue r; r.type = ECVTVector3; r.f[0] = x; r.f[1] = y; r.f[2] = z; return r;
+    SSchemaValue r;
+    r.type = ECVTVector3;
+    r.f[0] = x;
+    r.f[1] = y;
+    r.f[2] = z;
+    return r;
 }
 
 struct SSchemaCondition {

@@ -115,7 +115,10 @@ inline bool ConfigValueCopy(TConfigValue& dst, const TConfigValue& src) {
     dst = src;
     if (src.eTypeID == ECVTString) {
         dst.bstrVal = ZTStrAlloc(ZTStrView(src.bstrVal));
-        if (!dst.bstrVal) { dst.eTypeID = ECVTEmpty; return false; }
+        if (!dst.bstrVal) {
+            dst.eTypeID = ECVTEmpty;
+            return false;
+        }
     }
     return true;
 }
@@ -179,8 +182,8 @@ struct IDocumentImage : IUnknown {
                               TImageSize* aContentSize, void* aReserved) = 0;
     virtual HRESULT ChannelsEnum(void* aReserved1, void* aReserved2, IEnumImageChannels* aEnum) = 0;
     virtual HRESULT TileGet(uint32_t aChannelID, const TImagePoint* aOrigin, const TImageSize* aSize,
-                            const TImageStride* aStride, uint32_t aPixelCount, TPixelChannel* aPixels,
-                            void* aReserved, uint32_t aMode) = 0;
+                            const TImageStride* aStride, uint32_t aPixelCount, TPixelChannel* aPixels, void* aReserved,
+                            uint32_t aMode) = 0;
     virtual HRESULT Inspect(uint32_t aChannelID, const TImagePoint* aOrigin, const TImageSize* aSize,
                             IImageVisitor* aVisitor, void* aReserved, uint32_t aMode) = 0;
     virtual HRESULT BufferLock(uint32_t aChannelID, TImagePoint* aAllocOrigin, TImageSize* aAllocSize,

@@ -15,7 +15,8 @@ namespace zt {
 // Finds the default pixel of one channel in the document's channel list.
 class CImageChannelDefaultGetter final : public CStackUnknown<IEnumImageChannels> {
 public:
-    CImageChannelDefaultGetter(uint32_t aChannelID, TPixelChannel* aDefault) : channel_(aChannelID), default_(aDefault) {}
+    CImageChannelDefaultGetter(uint32_t aChannelID, TPixelChannel* aDefault)
+        : channel_(aChannelID), default_(aDefault) {}
     HRESULT Range(uint32_t*, uint32_t*) override { return E_NOTIMPL; }
     HRESULT Consume(void*, uint32_t aCount, const uint32_t* aPairs) override {
         for (uint32_t i = 0; i < aCount; ++i) {
@@ -133,8 +134,10 @@ public:
         if (aBytes <= UINT64_MAX - 63) data_ = std::aligned_alloc(64, std::max<uint64_t>((aBytes + 63) / 64 * 64, 64));
     }
     ~CScratchBuffer() {
-        if (deleter_) deleter_(data_);
-        else std::free(data_);
+        if (deleter_)
+            deleter_(data_);
+        else
+            std::free(data_);
     }
     CScratchBuffer(const CScratchBuffer&) = delete;
     CScratchBuffer& operator=(const CScratchBuffer&) = delete;

@@ -20,7 +20,9 @@ template <class T>
 class CComObject final : public T {
 public:
     template <class... A>
-    explicit CComObject(A&&... a) : T(std::forward<A>(a)...) { ModuleLock(); }
+    explicit CComObject(A&&... a) : T(std::forward<A>(a)...) {
+        ModuleLock();
+    }
     ~CComObject() { ModuleUnlock(); }
 
     uint32_t AddRef() override { return ++refs_; }

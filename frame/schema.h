@@ -32,14 +32,22 @@ struct SNestedOperation {
 // The configuration type of each field type.
 template <class T>
 constexpr uint32_t kConfigTypeOf = ECVTEmpty;
-template <> inline constexpr uint32_t kConfigTypeOf<int32_t> = ECVTInteger;
-template <> inline constexpr uint32_t kConfigTypeOf<float> = ECVTFloat;
-template <> inline constexpr uint32_t kConfigTypeOf<bool> = ECVTBool;
-template <> inline constexpr uint32_t kConfigTypeOf<GUID> = ECVTGUID;
-template <> inline constexpr uint32_t kConfigTypeOf<std::u16string> = ECVTString;
-template <> inline constexpr uint32_t kConfigTypeOf<SColorF> = ECVTFloatColor;
-template <> inline constexpr uint32_t kConfigTypeOf<SVectorF> = ECVTVector3;
-template <> inline constexpr uint32_t kConfigTypeOf<SNestedOperation> = ECVTGUID;
+template <>
+inline constexpr uint32_t kConfigTypeOf<int32_t> = ECVTInteger;
+template <>
+inline constexpr uint32_t kConfigTypeOf<float> = ECVTFloat;
+template <>
+inline constexpr uint32_t kConfigTypeOf<bool> = ECVTBool;
+template <>
+inline constexpr uint32_t kConfigTypeOf<GUID> = ECVTGUID;
+template <>
+inline constexpr uint32_t kConfigTypeOf<std::u16string> = ECVTString;
+template <>
+inline constexpr uint32_t kConfigTypeOf<SColorF> = ECVTFloatColor;
+template <>
+inline constexpr uint32_t kConfigTypeOf<SVectorF> = ECVTVector3;
+template <>
+inline constexpr uint32_t kConfigTypeOf<SNestedOperation> = ECVTGUID;
 
 // How a schema table writes a literal of a field type: strings as literals.
 template <class T>
@@ -88,7 +96,8 @@ template <class S, class T>
 SBoundItem<S> PickOne(const char16_t* aKey, T S::*aField, const char16_t* aLabel, const char16_t* aHelp,
                       std::type_identity_t<T> aDefault, std::vector<SOption<T>> aOptions) {
     std::vector<SSchemaOption> options;
-    for (SOption<T>& o : aOptions) options.push_back({SchemaValue(o.value), o.label, std::move(o.conditions), o.nickname});
+    for (SOption<T>& o : aOptions)
+        options.push_back({SchemaValue(o.value), o.label, std::move(o.conditions), o.nickname});
     return {{ESchemaKind::pickOne, aKey, aLabel, aHelp, SchemaValue(aDefault), {}, {}, {}, std::move(options), {}},
             aField};
 }
@@ -96,8 +105,16 @@ template <class S, class T>
 SBoundItem<S> Ranged(const char16_t* aKey, T S::*aField, const char16_t* aLabel, const char16_t* aHelp,
                      std::type_identity_t<T> aDefault, std::type_identity_t<T> aFrom, std::type_identity_t<T> aTo,
                      std::type_identity_t<T> aStep, std::vector<SSchemaCondition> aConditions = {}) {
-    return {{ESchemaKind::ranged, aKey, aLabel, aHelp, SchemaValue(aDefault), SchemaValue(aFrom), SchemaValue(aTo),
-             SchemaValue(aStep), {}, std::move(aConditions)},
+    return {{ESchemaKind::ranged,
+             aKey,
+             aLabel,
+             aHelp,
+             SchemaValue(aDefault),
+             SchemaValue(aFrom),
+             SchemaValue(aTo),
+             SchemaValue(aStep),
+             {},
+             std::move(aConditions)},
             aField};
 }
 template <class S, class T>

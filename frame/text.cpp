@@ -73,9 +73,7 @@ SLanguageSection FindLanguageSection(std::u16string_view aText, uint32_t aLangua
         }
         i += 5;
     }
-    auto section = [&](size_t from, size_t to) {
-        return aText.substr(from, to == none ? none : to - from);
-    };
+    auto section = [&](size_t from, size_t to) { return aText.substr(from, to == none ? none : to - from); };
     if (found != none) return {section(found, foundEnd), false};
     if (english != none) return {section(english, englishEnd), true};
     if (other != none) return {section(other, otherEnd), false};
@@ -219,14 +217,16 @@ std::u16string FormatText(std::u16string_view aFormat, const SFormatArg* aArgs, 
         std::string directive = "%";
         while (j < aFormat.size() && std::u16string_view(u"-+ #0").find(aFormat[j]) != std::u16string_view::npos)
             directive += static_cast<char>(aFormat[j++]);
-        while (j < aFormat.size() && aFormat[j] >= u'0' && aFormat[j] <= u'9') directive += static_cast<char>(aFormat[j++]);
+        while (j < aFormat.size() && aFormat[j] >= u'0' && aFormat[j] <= u'9')
+            directive += static_cast<char>(aFormat[j++]);
         if (j >= aFormat.size()) break;
         char16_t conversion = aFormat[j];
         i = j;
         const SFormatArg* arg = next < aCount ? &aArgs[next++] : nullptr;
         if (!arg) continue;
         if (conversion == u's') {
-            size_t width = directive.size() > 1 ? std::strtoul(directive.c_str() + 1 + (directive[1] == '-'), nullptr, 10) : 0;
+            size_t width =
+                directive.size() > 1 ? std::strtoul(directive.c_str() + 1 + (directive[1] == '-'), nullptr, 10) : 0;
             std::u16string_view s = arg->isString ? arg->text : std::u16string_view();
             std::u16string pad(width > s.size() ? width - s.size() : 0, u' ');
             out += directive.find('-') != std::string::npos ? std::u16string(s) + pad : pad + std::u16string(s);

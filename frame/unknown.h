@@ -27,14 +27,31 @@ template <class T>
 class ComPtr {
 public:
     ComPtr() = default;
-    ComPtr(T* p) : p_(p) { if (p_) p_->AddRef(); }
+    ComPtr(T* p) : p_(p) {
+        if (p_) p_->AddRef();
+    }
     ComPtr(const ComPtr& o) : ComPtr(o.p_) {}
     ComPtr(ComPtr&& o) noexcept : p_(o.p_) { o.p_ = nullptr; }
-    ~ComPtr() { if (p_) p_->Release(); }
-    ComPtr& operator=(const ComPtr& o) { ComPtr(o).swap(*this); return *this; }
-    ComPtr& operator=(ComPtr&& o) noexcept { ComPtr(std::move(o)).swap(*this); return *this; }
-    ComPtr& operator=(T* p) { ComPtr(p).swap(*this); return *this; }
-    void swap(ComPtr& o) noexcept { T* t = p_; p_ = o.p_; o.p_ = t; }
+    ~ComPtr() {
+        if (p_) p_->Release();
+    }
+    ComPtr& operator=(const ComPtr& o) {
+        ComPtr(o).swap(*this);
+        return *this;
+    }
+    ComPtr& operator=(ComPtr&& o) noexcept {
+        ComPtr(std::move(o)).swap(*this);
+        return *this;
+    }
+    ComPtr& operator=(T* p) {
+        ComPtr(p).swap(*this);
+        return *this;
+    }
+    void swap(ComPtr& o) noexcept {
+        T* t = p_;
+        p_ = o.p_;
+        o.p_ = t;
+    }
 
     T* operator->() const { return p_; }
     T& operator*() const { return *p_; }
@@ -49,11 +66,27 @@ public:
         operator T**() const { return slot; }
         operator void**() const { return reinterpret_cast<void**>(slot); }
     };
-    COutSlot out() { reset(); return {&p_}; }
+    COutSlot out() {
+        reset();
+        return {&p_};
+    }
     ComPtr* operator&() = delete;  // an address of the holder is never what a call wants
-    void reset() { if (p_) { T* t = p_; p_ = nullptr; t->Release(); } }
-    void attach(T* p) { reset(); p_ = p; }
-    T* detach() { T* t = p_; p_ = nullptr; return t; }
+    void reset() {
+        if (p_) {
+            T* t = p_;
+            p_ = nullptr;
+            t->Release();
+        }
+    }
+    void attach(T* p) {
+        reset();
+        p_ = p;
+    }
+    T* detach() {
+        T* t = p_;
+        p_ = nullptr;
+        return t;
+    }
 
     // Asks any object for this interface; the result holds null when it is not there.
     template <class U>

@@ -17,8 +17,10 @@ inline ZTBSTR ZTStrAllocLen(const char16_t* s, size_t n) {
     if (!block) return nullptr;
     *block = static_cast<uint32_t>(n * sizeof(char16_t));
     auto* text = reinterpret_cast<char16_t*>(block + 1);
-    if (s && n) std::memcpy(text, s, n * sizeof(char16_t));
-    else if (n) std::memset(text, 0, n * sizeof(char16_t));
+    if (s && n)
+        std::memcpy(text, s, n * sizeof(char16_t));
+    else if (n)
+        std::memset(text, 0, n * sizeof(char16_t));
     text[n] = 0;
     return text;
 }
@@ -29,23 +31,35 @@ inline void ZTStrFree(ZTBSTR s) {
 inline uint32_t ZTStrLen(const char16_t* s) {
     return s ? reinterpret_cast<const uint32_t*>(s)[-1] / sizeof(char16_t) : 0;
 }
-inline std::u16string_view ZTStrView(const char16_t* s) { return s ? std::u16string_view(s, ZTStrLen(s)) : std::u16string_view(); }
+inline std::u16string_view ZTStrView(const char16_t* s) {
+    return s ? std::u16string_view(s, ZTStrLen(s)) : std::u16string_view();
+}
 
 // Owns one ZTBSTR; frees it at the end of the scope.
 class CZTStr {
 public:
     CZTStr() = default;
-    explicit CZTStr(std::u16string_view s) : s_(ZTStrAlloc(s)) { if (!s_) throw std::bad_alloc(); }
+    explicit CZTStr(std::u16string_view s) : s_(ZTStrAlloc(s)) {
+        if (!s_) throw std::bad_alloc();
+    }
     CZTStr(const CZTStr&) = delete;
     CZTStr& operator=(const CZTStr&) = delete;
     ~CZTStr() { ZTStrFree(s_); }
     // Frees what is held and gives the slot for an out argument.
-    ZTBSTR* out() { ZTStrFree(s_); s_ = nullptr; return &s_; }
+    ZTBSTR* out() {
+        ZTStrFree(s_);
+        s_ = nullptr;
+        return &s_;
+    }
     CZTStr* operator&() = delete;
     ZTBSTR get() const { return s_; }
     operator ZTBSTR() const { return s_; }
     std::u16string_view view() const { return ZTStrView(s_); }
-    ZTBSTR detach() { ZTBSTR t = s_; s_ = nullptr; return t; }
+    ZTBSTR detach() {
+        ZTBSTR t = s_;
+        s_ = nullptr;
+        return t;
+    }
 
 private:
     ZTBSTR s_ = nullptr;

@@ -25,7 +25,8 @@ struct Registry {
     std::vector<std::weak_ptr<Module>> modules;  // in the order of registration
 };
 
-// Built on first use with every built-in service, and never destroyed, so that modules released during program exit can still unregister.
+// Built on first use with every built-in service, and never destroyed, so that modules released during program exit can
+// still unregister.
 Registry& TheRegistry() {
     static Registry* registry = [] {
         auto* r = new Registry;

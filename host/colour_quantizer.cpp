@@ -117,8 +117,10 @@ public:
         if (FAILED(hr)) return hr;
         if (palette_.empty()) return S_FALSE;
         try {
-            if (dither_) Diffuse(aPixels, w, h, strideX, strideY);
-            else Map(aPixels, w, h, strideX, strideY);
+            if (dither_)
+                Diffuse(aPixels, w, h, strideX, strideY);
+            else
+                Map(aPixels, w, h, strideX, strideY);
         } catch (const std::bad_alloc&) {
             return E_OUTOFMEMORY;
         }
@@ -270,7 +272,8 @@ private:
             for (uint32_t i = 0; i < aW; ++i) {
                 const uint32_t x = leftward ? aW - 1 - i : i;
                 // Neighbour slots are shifted by one so that both ends have a spare.
-                const size_t here = x + 1, ahead = leftward ? here - 1 : here + 1, behind = leftward ? here + 1 : here - 1;
+                const size_t here = x + 1, ahead = leftward ? here - 1 : here + 1,
+                             behind = leftward ? here + 1 : here - 1;
                 TPixelChannel& p = aPixels[y * aStrideY + x * aStrideX];
                 if (p.bA == 0) {
                     p.n = palette_[Nearest(positions_, Vec4{})].n;

@@ -12,15 +12,15 @@ namespace zthost {
 bool ConfigValuesEqual(const TConfigValue& a, const TConfigValue& b) {
     if (a.eTypeID != b.eTypeID) return false;
     switch (a.eTypeID) {
-    case ECVTEmpty: return true;
-    case ECVTInteger: return a.iVal == b.iVal;
-    case ECVTFloat: return a.fVal == b.fVal;
-    case ECVTBool: return a.bVal == b.bVal;
-    case ECVTString: return ZTStrView(a.bstrVal) == ZTStrView(b.bstrVal);
-    case ECVTGUID: return a.guidVal == b.guidVal;
-    case ECVTFloatColor: return std::equal(a.vecVal, a.vecVal + 4, b.vecVal);
-    case ECVTVector3: return std::equal(a.vecVal, a.vecVal + 3, b.vecVal);
-    default: return false;
+        case ECVTEmpty: return true;
+        case ECVTInteger: return a.iVal == b.iVal;
+        case ECVTFloat: return a.fVal == b.fVal;
+        case ECVTBool: return a.bVal == b.bVal;
+        case ECVTString: return ZTStrView(a.bstrVal) == ZTStrView(b.bstrVal);
+        case ECVTGUID: return a.guidVal == b.guidVal;
+        case ECVTFloatColor: return std::equal(a.vecVal, a.vecVal + 4, b.vecVal);
+        case ECVTVector3: return std::equal(a.vecVal, a.vecVal + 3, b.vecVal);
+        default: return false;
     }
 }
 
@@ -64,24 +64,27 @@ bool IsValidKey(std::u16string_view aKey) { return !aKey.empty() && aKey.find_fi
 
 bool IsValueType(uint32_t aType) {
     switch (aType) {
-    case ECVTInteger: case ECVTFloat: case ECVTBool: case ECVTString: case ECVTGUID: case ECVTFloatColor:
-    case ECVTVector3:
-        return true;
-    default:
-        return false;
+        case ECVTInteger:
+        case ECVTFloat:
+        case ECVTBool:
+        case ECVTString:
+        case ECVTGUID:
+        case ECVTFloatColor:
+        case ECVTVector3: return true;
+        default: return false;
     }
 }
 
 template <class T>
 bool Compare(const T& a, uint32_t aCode, const T& b) {
     switch (aCode) {
-    case ECOCEqual: return a == b;
-    case ECOCNotEqual: return a != b;
-    case ECOCLess: return a < b;
-    case ECOCLessEqual: return a <= b;
-    case ECOCGreater: return a > b;
-    case ECOCGreaterEqual: return a >= b;
-    default: return false;
+        case ECOCEqual: return a == b;
+        case ECOCNotEqual: return a != b;
+        case ECOCLess: return a < b;
+        case ECOCLessEqual: return a <= b;
+        case ECOCGreater: return a > b;
+        case ECOCGreaterEqual: return a >= b;
+        default: return false;
     }
 }
 
@@ -90,14 +93,14 @@ bool ConditionHolds(const TConfigValue& aValue, const TConfigOptionCondition& aC
     const uint32_t code = aCondition.eConditionType;
     if (aValue.eTypeID != ref.eTypeID) return false;
     switch (aValue.eTypeID) {
-    case ECVTInteger: return Compare(aValue.iVal, code, ref.iVal);
-    case ECVTFloat: return Compare(aValue.fVal, code, ref.fVal);
-    case ECVTBool: return Compare(aValue.bVal, code, ref.bVal);
-    case ECVTString: return Compare(ZTStrView(aValue.bstrVal), code, ZTStrView(ref.bstrVal));
-    default: {  // class ids, colours and vectors have no order
-        const bool equal = ConfigValuesEqual(aValue, ref);
-        return code == ECOCEqual ? equal : code == ECOCNotEqual && !equal;
-    }
+        case ECVTInteger: return Compare(aValue.iVal, code, ref.iVal);
+        case ECVTFloat: return Compare(aValue.fVal, code, ref.fVal);
+        case ECVTBool: return Compare(aValue.bVal, code, ref.bVal);
+        case ECVTString: return Compare(ZTStrView(aValue.bstrVal), code, ZTStrView(ref.bstrVal));
+        default: {  // class ids, colours and vectors have no order
+            const bool equal = ConfigValuesEqual(aValue, ref);
+            return code == ECOCEqual ? equal : code == ECOCNotEqual && !equal;
+        }
     }
 }
 
@@ -368,7 +371,6 @@ HRESULT CConfig::CheckConditions(const Item* aOwnItem, uint32_t aCount,
     }
     return S_OK;
 }
-
 
 HRESULT CConfig::CheckNewItem(const char16_t* aKey, ILocalizedString* aName, const TConfigValue* aDefault) const {
     if (finalized_) return E_UNEXPECTED;

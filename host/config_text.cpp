@@ -30,10 +30,14 @@ std::string FloatsText(const float* aValues, int aCount) {
 std::string Escape(std::string_view aText) {
     std::string text;
     for (char c : aText) {
-        if (c == '\\') text += "\\\\";
-        else if (c == '\n') text += "\\n";
-        else if (c == '\r') text += "\\r";
-        else text += c;
+        if (c == '\\')
+            text += "\\\\";
+        else if (c == '\n')
+            text += "\\n";
+        else if (c == '\r')
+            text += "\\r";
+        else
+            text += c;
     }
     return text;
 }
@@ -46,10 +50,14 @@ bool Unescape(std::string_view aText, std::string* aOut) {
             continue;
         }
         if (++i == aText.size()) return false;
-        if (aText[i] == '\\') *aOut += '\\';
-        else if (aText[i] == 'n') *aOut += '\n';
-        else if (aText[i] == 'r') *aOut += '\r';
-        else return false;
+        if (aText[i] == '\\')
+            *aOut += '\\';
+        else if (aText[i] == 'n')
+            *aOut += '\n';
+        else if (aText[i] == 'r')
+            *aOut += '\r';
+        else
+            return false;
     }
     return true;
 }
@@ -97,9 +105,12 @@ bool ParseFloats(std::string_view aText, int aCount, float* aValues) {
 bool ParseBool(std::string_view aText, bool* aValue) {
     std::string lower(Trim(aText));
     std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return char(std::tolower(c)); });
-    if (lower == "true" || lower == "1") *aValue = true;
-    else if (lower == "false" || lower == "0") *aValue = false;
-    else return false;
+    if (lower == "true" || lower == "1")
+        *aValue = true;
+    else if (lower == "false" || lower == "0")
+        *aValue = false;
+    else
+        return false;
     return true;
 }
 
@@ -170,37 +181,37 @@ HRESULT SetFromText(IConfig* aConfig, const std::string& aKey, const std::string
     bool ok = false;
     std::string expected;
     switch (value.eTypeID) {
-    case ECVTInteger:
-        ok = ParseLong(aValue, &value.iVal);
-        expected = "a long number (decimal or 0x-hex, 32 bits)";
-        break;
-    case ECVTFloat:
-        ok = ParseFloat(aValue, &value.fVal);
-        expected = "a float number";
-        break;
-    case ECVTBool:
-        ok = ParseBool(aValue, &value.bVal);
-        expected = "a bool (true, false, 1 or 0)";
-        break;
-    case ECVTString: {
-        std::string unescaped;
-        ok = !aTextForm || Unescape(aValue, &unescaped);
-        text = Utf8ToUtf16(aTextForm ? unescaped : aValue);
-        expected = "a text whose escapes are \\\\, \\n and \\r";
-        break;
-    }
-    case ECVTGUID:
-        ok = ParseClassId(aValue, &value.guidVal);
-        expected = "a class id {xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx} or the name of an operation";
-        break;
-    case ECVTFloatColor:
-        ok = ParseFloats(aValue, 4, value.vecVal);
-        expected = "a colour, four comma-separated floats r,g,b,a";
-        break;
-    case ECVTVector3:
-        ok = ParseFloats(aValue, 3, value.vecVal);
-        expected = "a vector, three comma-separated floats x,y,z";
-        break;
+        case ECVTInteger:
+            ok = ParseLong(aValue, &value.iVal);
+            expected = "a long number (decimal or 0x-hex, 32 bits)";
+            break;
+        case ECVTFloat:
+            ok = ParseFloat(aValue, &value.fVal);
+            expected = "a float number";
+            break;
+        case ECVTBool:
+            ok = ParseBool(aValue, &value.bVal);
+            expected = "a bool (true, false, 1 or 0)";
+            break;
+        case ECVTString: {
+            std::string unescaped;
+            ok = !aTextForm || Unescape(aValue, &unescaped);
+            text = Utf8ToUtf16(aTextForm ? unescaped : aValue);
+            expected = "a text whose escapes are \\\\, \\n and \\r";
+            break;
+        }
+        case ECVTGUID:
+            ok = ParseClassId(aValue, &value.guidVal);
+            expected = "a class id {xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx} or the name of an operation";
+            break;
+        case ECVTFloatColor:
+            ok = ParseFloats(aValue, 4, value.vecVal);
+            expected = "a colour, four comma-separated floats r,g,b,a";
+            break;
+        case ECVTVector3:
+            ok = ParseFloats(aValue, 3, value.vecVal);
+            expected = "a vector, three comma-separated floats x,y,z";
+            break;
     }
     if (!ok) return fail(quoted + " is not " + expected);
 
@@ -240,14 +251,14 @@ void AppendText(std::string& aText, IConfig* aConfig, const std::string& aPrefix
 
 std::string ConfigValueToString(const TConfigValue& aValue) {
     switch (aValue.eTypeID) {
-    case ECVTInteger: return std::to_string(aValue.iVal);
-    case ECVTFloat: return FloatText(aValue.fVal);
-    case ECVTBool: return aValue.bVal ? "true" : "false";
-    case ECVTString: return Escape(Utf16ToUtf8(ZTStrView(aValue.bstrVal)));
-    case ECVTGUID: return std::string("{").append(GuidToString(aValue.guidVal)).append("}");
-    case ECVTFloatColor: return FloatsText(aValue.vecVal, 4);
-    case ECVTVector3: return FloatsText(aValue.vecVal, 3);
-    default: return std::string();
+        case ECVTInteger: return std::to_string(aValue.iVal);
+        case ECVTFloat: return FloatText(aValue.fVal);
+        case ECVTBool: return aValue.bVal ? "true" : "false";
+        case ECVTString: return Escape(Utf16ToUtf8(ZTStrView(aValue.bstrVal)));
+        case ECVTGUID: return std::string("{").append(GuidToString(aValue.guidVal)).append("}");
+        case ECVTFloatColor: return FloatsText(aValue.vecVal, 4);
+        case ECVTVector3: return FloatsText(aValue.vecVal, 3);
+        default: return std::string();
     }
 }
 

@@ -46,8 +46,10 @@ public:
             }
             for (uint32_t col = 0; col < aWidth; ++col) {
                 const int64_t x = int64_t(aX) + col;
-                if (x < x0 || x >= x1) out[col] = 0;
-                else out[col] = bytes_.empty() ? 255 : bytes_[size_t(y - y0) * width_ + size_t(x - x0)];
+                if (x < x0 || x >= x1)
+                    out[col] = 0;
+                else
+                    out[col] = bytes_.empty() ? 255 : bytes_[size_t(y - y0) * width_ + size_t(x - x0)];
             }
         }
         return S_OK;

@@ -84,9 +84,7 @@ struct Buffer {
     ZTPixelDeleter deleter = nullptr;
     Rect rect;  // the alloc rectangle; the row stride is its width
 
-    TPixelChannel* At(int64_t aX, int64_t aY) const {
-        return pixels + (aY - rect.y0) * rect.Width() + (aX - rect.x0);
-    }
+    TPixelChannel* At(int64_t aX, int64_t aY) const { return pixels + (aY - rect.y0) * rect.Width() + (aX - rect.x0); }
     void Free() {
         if (pixels && deleter) deleter(pixels);
         pixels = nullptr;
@@ -105,8 +103,8 @@ public:
     }
 
     void* FindInterfaceImpl(const IID& aIID) {
-        return FindInterface<IDocument, IBlockOperations, IDocumentRasterImage, IDocumentEditableImage,
-                             IDocumentImage>(this, aIID);
+        return FindInterface<IDocument, IBlockOperations, IDocumentRasterImage, IDocumentEditableImage, IDocumentImage>(
+            this, aIID);
     }
 
     // ---- IBlockOperations, IDocument
@@ -210,8 +208,15 @@ public:
                 if (r.x0 < c.x0) oneValue({r.x0, c.y0, c.x0, c.y1});
                 const TImagePoint at = c.Origin();
                 const TImageSize size = c.Size();
-                tiles[count++] = {CHANNEL_COLOR, at.nX, at.nY, size.nX, size.nY, 1, uint32_t(buffer_.rect.Width()),
-                                  uint32_t(c.Area()), buffer_.At(c.x0, c.y0)};
+                tiles[count++] = {CHANNEL_COLOR,
+                                  at.nX,
+                                  at.nY,
+                                  size.nX,
+                                  size.nY,
+                                  1,
+                                  uint32_t(buffer_.rect.Width()),
+                                  uint32_t(c.Area()),
+                                  buffer_.At(c.x0, c.y0)};
                 if (c.x1 < r.x1) oneValue({c.x1, c.y0, r.x1, c.y1});
                 if (c.y1 < r.y1) oneValue({r.x0, c.y1, r.x1, r.y1});
                 // The visitor reads the buffer without the mutex, as a locker would.
@@ -299,8 +304,7 @@ public:
     // The content grows to the bounding box of itself and the rectangle; aKeepContent does not
     // change that.
     HRESULT TileSet(uint32_t aChannelID, const TImagePoint* aOrigin, const TImageSize* aSize,
-                    const TImageStride* aStride, uint32_t aPixelCount, const TPixelChannel* aPixels,
-                    int32_t) override {
+                    const TImageStride* aStride, uint32_t aPixelCount, const TPixelChannel* aPixels, int32_t) override {
         if (aChannelID != CHANNEL_COLOR) return E_HOST_INVALID_PARAM;
         if (!aOrigin || !aSize || !aPixels) return E_POINTER;
         const Rect r = RectOf(*aOrigin, *aSize);
@@ -334,8 +338,8 @@ public:
                           ZTPixelDeleter aDeleter) override {
         if (!aPixels) return E_POINTER;
         const Rect alloc = RectOf(aAllocOrigin, aAllocSize);
-        const Rect content = RectOf(aContentOrigin ? *aContentOrigin : aAllocOrigin,
-                                    aContentSize ? *aContentSize : aAllocSize);
+        const Rect content =
+            RectOf(aContentOrigin ? *aContentOrigin : aAllocOrigin, aContentSize ? *aContentSize : aAllocSize);
         if (!alloc.InPlane() || alloc.Area() > kMaxPixels || !content.InPlane()) return E_INVALIDARG;
         if (!content.Empty() && !alloc.Contains(content)) return E_INVALIDARG;
         std::lock_guard lock(mutex_);
@@ -404,8 +408,10 @@ private:
 
     // A buffer that is locked stays until the last unlock: readers may still be at work on it.
     void Retire(Buffer& aBuffer) {
-        if (locks_ > 0 && aBuffer.pixels) retired_.push_back(aBuffer);
-        else aBuffer.Free();
+        if (locks_ > 0 && aBuffer.pixels)
+            retired_.push_back(aBuffer);
+        else
+            aBuffer.Free();
         aBuffer = {};
     }
 
@@ -490,8 +496,10 @@ ComPtr<IDocument> CreateRasterDocument(const RasterImageInit& aInit) {
     if (!content.Empty()) {
         buffer = {NewPixels(content.Area()), FreePixels, content};
         if (!buffer.pixels) return nullptr;
-        if (aInit.pixels) std::copy_n(aInit.pixels, content.Area(), buffer.pixels);
-        else std::fill_n(buffer.pixels, content.Area(), aInit.defaultPixel);
+        if (aInit.pixels)
+            std::copy_n(aInit.pixels, content.Area(), buffer.pixels);
+        else
+            std::fill_n(buffer.pixels, content.Area(), aInit.defaultPixel);
     }
     auto* document = new (std::nothrow) HeapObject<RasterDocument>(aInit, content, buffer);
     if (!document) {

@@ -149,7 +149,7 @@ private:
     }
 
     std::atomic<uint32_t> size_{HardwareThreads()};
-    std::mutex runMutex_;  // one task at a time; held by Execute throughout
+    std::mutex runMutex_;               // one task at a time; held by Execute throughout
     std::vector<std::thread> workers_;  // changed only under runMutex_, while no task runs
 
     std::mutex mutex_;  // guards what follows; the atomics are changed under it and read anywhere
@@ -158,7 +158,7 @@ private:
     std::atomic<bool> stopping_{false};
     IThreadedTask* task_ = nullptr;
     uint32_t total_ = 0;
-    uint32_t participants_ = 0;  // workers and the calling thread
+    uint32_t participants_ = 0;         // workers and the calling thread
     std::atomic<uint32_t> pending_{0};  // workers that have not finished the current task
     HRESULT result_ = S_OK;
 };

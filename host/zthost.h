@@ -170,8 +170,7 @@ HRESULT ConfigFromText(IConfig* aConfig, const std::string& aText, std::string* 
 // true/false/1/0, string, GUID in braces or an operation's short name, colour and vectors
 // as comma-separated floats). Nested keys use '/' or '\'. The message names key, value and
 // the expected form.
-HRESULT ConfigSetFromString(IConfig* aConfig, const std::string& aKey, const std::string& aValue,
-                            std::string* aError);
+HRESULT ConfigSetFromString(IConfig* aConfig, const std::string& aKey, const std::string& aValue, std::string* aError);
 // Renders one value as the text form writes it.
 std::string ConfigValueToString(const TConfigValue& aValue);
 

@@ -11,9 +11,7 @@ uint8_t FloatToSRGB8(float aX) {
     return static_cast<uint8_t>(static_cast<int32_t>(e * 255.0f + 0.5f));
 }
 
-float SRGBToLinear(float aC) {
-    return aC <= 0.04045f ? aC / 12.92f : std::pow((aC + 0.055f) / 1.055f, 2.4f);
-}
+float SRGBToLinear(float aC) { return aC <= 0.04045f ? aC / 12.92f : std::pow((aC + 0.055f) / 1.055f, 2.4f); }
 
 float HLSChannel(float aLow, float aHigh, float aHue) {
     float h = aHue + 360.0f;

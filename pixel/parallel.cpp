@@ -12,8 +12,10 @@ uint32_t PoolThreads(IThreadPool* aPool) {
 
 void RunShares(IThreadedTask& aTask, uint32_t aLines, IThreadPool* aPool, uint32_t aShares) {
     const uint32_t shares = aShares ? aShares : PoolThreads(aPool);
-    if (aPool && shares > 1 && shares <= aLines) aPool->Execute(shares, &aTask);
-    else aTask.Execute(0, 1);
+    if (aPool && shares > 1 && shares <= aLines)
+        aPool->Execute(shares, &aTask);
+    else
+        aTask.Execute(0, 1);
 }
 
 }  // namespace zt

@@ -24,7 +24,14 @@ HRESULT RectImageInspect(TImagePoint aContentOrigin, TImageSize aContentSize, co
         if (ry0 < cy0) fill(rx0, ry0, rx1, iy0);
         if (rx0 < cx0) fill(rx0, iy0, ix0, iy1);
         const uint32_t w = uint32_t(ix1 - ix0), h = uint32_t(iy1 - iy0);
-        tiles[count++] = {CHANNEL_COLOR, int32_t(ix0), int32_t(iy0), w, h, 1, aStride, w * h,
+        tiles[count++] = {CHANNEL_COLOR,
+                          int32_t(ix0),
+                          int32_t(iy0),
+                          w,
+                          h,
+                          1,
+                          aStride,
+                          w * h,
                           aPixels + (iy0 - cy0) * ptrdiff_t(aStride) + (ix0 - cx0)};
         if (rx1 > cx1) fill(ix1, iy0, rx1, iy1);
         if (ry1 > cy1) fill(rx0, iy1, rx1, ry1);

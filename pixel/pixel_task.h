@@ -51,7 +51,8 @@ public:
         HRESULT Visit(uint32_t aTileCount, const TImageTile* aTiles, void*) override {
             const Op op = *op_;  // constants in registers, not behind a pointer
             for (const TImageTile* tile = aTiles; tile != aTiles + aTileCount; ++tile) {
-                TPixelChannel* row = destination_ + ptrdiff_t(tile->nY - origin_.nY) * stride_ + (tile->nX - origin_.nX);
+                TPixelChannel* row =
+                    destination_ + ptrdiff_t(tile->nY - origin_.nY) * stride_ + (tile->nX - origin_.nX);
                 const TPixelChannel* src = tile->pData;
                 for (uint32_t y = 0; y < tile->nSizeY; ++y) {
                     const TPixelChannel* s = src;
@@ -106,7 +107,8 @@ HRESULT ActivatePixelOperation(IDocument* aDocument, MakeOp&& aMakeOp) {
     CAutoPixelBuffer buffer(image, content.size);
     if (content.size.nX && content.size.nY) {
         CLockedImageBuffer source(image);
-        const TImagePoint end{content.origin.nX + int32_t(content.size.nX), content.origin.nY + int32_t(content.size.nY)};
+        const TImagePoint end{content.origin.nX + int32_t(content.size.nX),
+                              content.origin.nY + int32_t(content.size.nY)};
         CPixelLevelTask<Op> task(&source, ReadDefaultPixel(image), content.origin, end, buffer.Data(), &op);
         RunShares(task, content.size.nY, PoolIf(PoolForPixels(content.size.nX, content.size.nY)));
     }

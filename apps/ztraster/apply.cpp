@@ -109,12 +109,15 @@ std::vector<long long> ParseList(const std::string& aOption, const std::string& 
         if (comma == std::string::npos) break;
         start = comma + 1;
     }
-    if (values.size() != aCount) Usage(aOption + ": " + Quote(aText) + T(" is not of the form ", " nemá tvar ") + aForm);
+    if (values.size() != aCount)
+        Usage(aOption + ": " + Quote(aText) + T(" is not of the form ", " nemá tvar ") + aForm);
     return values;
 }
 
 const std::vector<SOption<ApplyOptions>> kOptions = {
-    {{"--set", nullptr, {"KEY=VALUE", "KLÍČ=HODNOTA"},
+    {{"--set",
+      nullptr,
+      {"KEY=VALUE", "KLÍČ=HODNOTA"},
       {"sets a setting; nested keys with / (Operation/Angle=40); an option by its\n"
        "number or its name (Method=3 or Method=gaussian, see describe)",
        "nastaví hodnotu; vnořené klíče s / (Operation/Angle=40); možnost číslem\n"
@@ -125,31 +128,42 @@ const std::vector<SOption<ApplyOptions>> kOptions = {
              Usage("--set: " + Quote(kv) + T(" is not of the form KEY=VALUE", " nemá tvar KLÍČ=HODNOTA"));
          o.sets.emplace_back(kv.substr(0, eq), kv.substr(eq + 1));
      }},
-    {{"--threads", nullptr, {"N", "N"},
+    {{"--threads",
+      nullptr,
+      {"N", "N"},
       {"number of worker threads (default: all hardware threads)",
        "počet pracovních vláken (výchozí: všechna vlákna procesoru)"}},
      [](ApplyOptions& o, const std::string& a, const std::string& v) {
          o.threads = static_cast<uint32_t>(ParseInteger(a, v, 1, 256));
      }},
-    {{"--canvas", nullptr, {"W,H", "Š,V"},
+    {{"--canvas",
+      nullptr,
+      {"W,H", "Š,V"},
       {"canvas size (default: the image size)", "velikost plátna (výchozí: velikost obrázku)"}},
      [](ApplyOptions& o, const std::string& a, const std::string& v) {
          const auto n = ParseList(a, v, 2, 1, UINT32_MAX, "W,H");
          o.canvas = {uint32_t(n[0]), uint32_t(n[1])};
          o.hasCanvas = true;
      }},
-    {{"--origin", nullptr, {"X,Y", "X,Y"},
+    {{"--origin",
+      nullptr,
+      {"X,Y", "X,Y"},
       {"where the image stands on the canvas (default 0,0)", "kde obrázek leží na plátně (výchozí 0,0)"}},
      [](ApplyOptions& o, const std::string& a, const std::string& v) {
          const auto n = ParseList(a, v, 2, INT32_MIN, INT32_MAX, "X,Y");
          o.origin = {int32_t(n[0]), int32_t(n[1])};
      }},
-    {{"--default", nullptr, {"0xAARRGGBB", "0xAARRGGBB"},
+    {{"--default",
+      nullptr,
+      {"0xAARRGGBB", "0xAARRGGBB"},
       {"the pixel outside the image (default 0)", "pixel mimo obrázek (výchozí 0)"}},
      [](ApplyOptions& o, const std::string& a, const std::string& v) {
          o.defaultPixel.n = static_cast<uint32_t>(ParseInteger(a, v, 0, UINT32_MAX));
      }},
-    {{"--gamma", nullptr, {"G", "G"}, {"the document's gamma attribute (default 2.2)", "atribut gama dokumentu (výchozí 2,2)"}},
+    {{"--gamma",
+      nullptr,
+      {"G", "G"},
+      {"the document's gamma attribute (default 2.2)", "atribut gama dokumentu (výchozí 2,2)"}},
      [](ApplyOptions& o, const std::string&, const std::string& g) {
          char* end = nullptr;
          const double v = std::strtod(g.c_str(), &end);
@@ -157,37 +171,48 @@ const std::vector<SOption<ApplyOptions>> kOptions = {
              Usage("--gamma: " + Quote(g) + T(" is not a number above 0", " není číslo větší než 0"));
          o.gamma = static_cast<float>(v);
      }},
-    {{"--region", nullptr, {"canvas|content", "canvas|content"},
+    {{"--region",
+      nullptr,
+      {"canvas|content", "canvas|content"},
       {"write the canvas (default) or the content rectangle", "zapíše plátno (výchozí) nebo obdélník obsahu"}},
      [](ApplyOptions& o, const std::string&, const std::string& r) {
          if (r != "canvas" && r != "content")
              Usage("--region: " + Quote(r) + T(" is neither canvas nor content", " není canvas ani content"));
          o.contentRegion = r == "content";
      }},
-    {{"--info", nullptr, {},
+    {{"--info",
+      nullptr,
+      {},
       {"print one JSON line with the result and the document's geometry",
        "vypíše řádek JSON s výsledkem a geometrií dokumentu"}},
      [](ApplyOptions& o, const std::string&, const std::string&) { o.info = true; }},
-    {{"--mask", nullptr, {"FILE[@X,Y]", "SOUBOR[@X,Y]"},
+    {{"--mask",
+      nullptr,
+      {"FILE[@X,Y]", "SOUBOR[@X,Y]"},
       {"a selection mask from a grey image (white selects), for the operations\n"
        "that use one; the last mask option counts",
        "výběrová maska ze šedého obrázku (bílá vybírá) pro operace, které ji\n"
        "používají; platí poslední volba masky"}},
      [](ApplyOptions& o, const std::string&, const std::string& v) { o.masks.push_back(ParseMaskFile(v)); }},
-    {{"--mask-rect", nullptr, {"X,Y,W,H", "X,Y,Š,V"},
-      {"a rectangular selection mask", "obdélníková výběrová maska"}},
+    {{"--mask-rect", nullptr, {"X,Y,W,H", "X,Y,Š,V"}, {"a rectangular selection mask", "obdélníková výběrová maska"}},
      [](ApplyOptions& o, const std::string&, const std::string& v) { o.masks.push_back(ParseMaskRect(v)); }},
-    {{"--repeat", nullptr, {"N", "N"},
+    {{"--repeat",
+      nullptr,
+      {"N", "N"},
       {"run N times on fresh copies and print the median time of the run",
        "provede N běhů na čerstvých kopiích a vypíše medián doby běhu"}},
      [](ApplyOptions& o, const std::string& a, const std::string& v) {
          o.repeat = static_cast<uint32_t>(ParseInteger(a, v, 1, 100000));
      }},
-    {{"--layer", nullptr, {"FILE[@X,Y]", "SOUBOR[@X,Y]"},
+    {{"--layer",
+      nullptr,
+      {"FILE[@X,Y]", "SOUBOR[@X,Y]"},
       {"a layer of a layered image (repeat; INPUT, if any, is the bottom one)",
        "vrstva vrstveného obrázku (opakujte; VSTUP, je-li zadán, je nejspodnější)"}},
      [](ApplyOptions& o, const std::string&, const std::string& v) { o.layers.push_back(ParseLayer(v)); }},
-    {{"--flatten", nullptr, {},
+    {{"--flatten",
+      nullptr,
+      {},
       {"write the layers composited into one image (else -o needs %d)",
        "zapíše vrstvy složené do jednoho obrázku (jinak -o potřebuje %d)"}},
      [](ApplyOptions& o, const std::string&, const std::string&) { o.flatten = true; }},
@@ -195,17 +220,18 @@ const std::vector<SOption<ApplyOptions>> kOptions = {
      [](ApplyOptions& o, const std::string&, const std::string& v) { o.output = v; }},
 };
 
-const SCommandText kText = {
-    "apply", {"OPERATION [OPTION]... INPUT -o OUTPUT", "OPERACE [VOLBA]... VSTUP -o VÝSTUP"},
-    {"runs an operation on an image file (PNG or JPEG) and writes the result",
-     "provede operaci na obrázku (PNG nebo JPEG) a zapíše výsledek"},
-    TextsOf(kOptions)};
+const SCommandText kText = {"apply",
+                            {"OPERATION [OPTION]... INPUT -o OUTPUT", "OPERACE [VOLBA]... VSTUP -o VÝSTUP"},
+                            {"runs an operation on an image file (PNG or JPEG) and writes the result",
+                             "provede operaci na obrázku (PNG nebo JPEG) a zapíše výsledek"},
+                            TextsOf(kOptions)};
 
 ApplyOptions ParseApply(const std::vector<std::string>& aArgs) {
     ApplyOptions o;
     const std::vector<std::string> positional = ParseOptions(kOptions, aArgs, o);
     if (positional.size() != 2 && !(positional.size() == 1 && !o.layers.empty()))
-        Usage(T("apply needs OPERATION and INPUT (see ztraster --help)", "apply potřebuje OPERACI a VSTUP (viz ztraster --help)"));
+        Usage(T("apply needs OPERATION and INPUT (see ztraster --help)",
+                "apply potřebuje OPERACI a VSTUP (viz ztraster --help)"));
     o.operation = positional[0];
     if (positional.size() == 2) o.input = positional[1];
     if (o.output.empty()) Usage(T("apply needs -o OUTPUT", "apply potřebuje -o VÝSTUP"));
@@ -326,10 +352,11 @@ void PrintInfo(HRESULT aResult, IDocument* aDocument) {
     std::snprintf(code, sizeof code, "0x%08X", uint32_t(aResult));
     std::string name = ResultText(aResult);
     name = name.substr(0, name.find(' '));
-    std::printf("{\"result\":%s,\"code\":\"%s\",\"canvas\":[%u,%u],\"contentOrigin\":[%d,%d],\"contentSize\":[%u,%u],"
-                "\"default\":\"%s\",\"resolution\":[%.6g,%.6g]}\n",
-                JsonString(name).c_str(), code, canvas.nX, canvas.nY, origin.nX, origin.nY, size.nX, size.nY, hex,
-                dpi(res.nNumeratorX, res.nDenominatorX), dpi(res.nNumeratorY, res.nDenominatorY));
+    std::printf(
+        "{\"result\":%s,\"code\":\"%s\",\"canvas\":[%u,%u],\"contentOrigin\":[%d,%d],\"contentSize\":[%u,%u],"
+        "\"default\":\"%s\",\"resolution\":[%.6g,%.6g]}\n",
+        JsonString(name).c_str(), code, canvas.nX, canvas.nY, origin.nX, origin.nY, size.nX, size.nY, hex,
+        dpi(res.nNumeratorX, res.nDenominatorX), dpi(res.nNumeratorY, res.nDenominatorY));
 }
 
 // The result code, and the reason the run left with the host where it left one.
@@ -348,8 +375,10 @@ int ApplyLayered(const ApplyOptions& o, IDocumentOperation* aOp, const std::stri
     InstallMasks(o.masks, aConfig, context);
     HRESULT hr = aOp->CanActivate(manager, in.document, aConfig, context);
     if (hr != S_OK)
-        Failed(aName + T(" cannot run on a layered image (CanActivate answered ",
-                         " nemůže běžet na vrstveném obrázku (CanActivate odpovědělo ") + ResultText(hr) + ")");
+        Failed(aName +
+               T(" cannot run on a layered image (CanActivate answered ",
+                 " nemůže běžet na vrstveném obrázku (CanActivate odpovědělo ") +
+               ResultText(hr) + ")");
     zthost::ForgetFailureReason();
     hr = aOp->Activate(manager, in.document, aConfig, context, nullptr, Language());
     if (FAILED(hr)) Failed(aName + T(" failed: ", " selhala: ") + FailureText(hr));
@@ -389,8 +418,9 @@ int Apply(const std::vector<std::string>& aArgs) {
 
     hr = op->CanActivate(manager, source, config, context);
     if (hr != S_OK)
-        Failed(shortName + T(" cannot run on this document (CanActivate answered ",
-                             " nemůže běžet na tomto dokumentu (CanActivate odpovědělo ") +
+        Failed(shortName +
+               T(" cannot run on this document (CanActivate answered ",
+                 " nemůže běžet na tomto dokumentu (CanActivate odpovědělo ") +
                ResultText(hr) + ")");
 
     ComPtr<IDocument> document = source;
@@ -404,7 +434,8 @@ int Apply(const std::vector<std::string>& aArgs) {
             const auto start = std::chrono::steady_clock::now();
             zthost::ForgetFailureReason();
             hr = op->Activate(manager, document, config, context, nullptr, Language());
-            times.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
+            times.push_back(
+                std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
             if (FAILED(hr)) break;
         }
     }

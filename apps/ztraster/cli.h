@@ -18,9 +18,7 @@ constexpr int kExitUsage = 2;   // bad arguments or bad input
 uint32_t Language();
 void SetLanguage(uint32_t aLanguage);
 // Picks the English or the Czech text.
-inline std::string T(const char* aEnglish, const char* aCzech) {
-    return Language() == LANG_CZECH ? aCzech : aEnglish;
-}
+inline std::string T(const char* aEnglish, const char* aCzech) { return Language() == LANG_CZECH ? aCzech : aEnglish; }
 
 // An error that ends the command with a message on stderr and an exit status.
 struct Error : std::runtime_error {

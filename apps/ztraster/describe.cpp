@@ -18,11 +18,11 @@ const std::vector<SOption<SDescribeSettings>> kOptions = {
      [](SDescribeSettings& s, const std::string&, const std::string&) { s.json = true; }},
 };
 
-const SCommandText kText = {
-    "describe", {"OPERATION [OPTION]...", "OPERACE [VOLBA]..."},
-    {"the settings of an operation: keys, types, defaults, ranges, options, help",
-     "nastavení operace: klíče, typy, výchozí hodnoty, rozsahy, volby, nápověda"},
-    TextsOf(kOptions)};
+const SCommandText kText = {"describe",
+                            {"OPERATION [OPTION]...", "OPERACE [VOLBA]..."},
+                            {"the settings of an operation: keys, types, defaults, ranges, options, help",
+                             "nastavení operace: klíče, typy, výchozí hodnoty, rozsahy, volby, nápověda"},
+                            TextsOf(kOptions)};
 
 // ------------------------------------------------------------ the model
 
@@ -105,8 +105,8 @@ std::vector<SItemModel> Model(IConfig* aConfig, IOperationSchema* aSchema) {
             item.step = ValueText(*info.step);
         }
         for (const zthost::ConfigOption* o : info.options)
-            item.options.push_back(
-                {ValueText(o->value), Text(o->name), NicknameOf(aSchema, info.key, o->value), Conditions(o->conditions)});
+            item.options.push_back({ValueText(o->value), Text(o->name), NicknameOf(aSchema, info.key, o->value),
+                                    Conditions(o->conditions)});
         if (info.conditions) item.conditions = Conditions(*info.conditions);
         if (info.kind == zthost::ConfigItemKind::operation) {
             ComPtr<IConfig> sub;

@@ -9,10 +9,10 @@
 namespace ztio {
 
 struct Image {
-  uint32_t width = 0, height = 0;
-  std::vector<uint32_t> pixels;  // 0xAARRGGBB, straight alpha, rows tight
-  bool hasResolution = false;
-  double dpiX = 0, dpiY = 0;
+    uint32_t width = 0, height = 0;
+    std::vector<uint32_t> pixels;  // 0xAARRGGBB, straight alpha, rows tight
+    bool hasResolution = false;
+    double dpiX = 0, dpiY = 0;
 };
 
 // Reads a PNG or a JPEG file, told apart by its first bytes. Every PNG colour type and depth

@@ -68,11 +68,12 @@ uint32_t Over(uint32_t aBelow, uint32_t aAbove) {
     const uint32_t aa = aAbove >> 24, ab = aBelow >> 24;
     if (aa == 255 || ab == 0) return aAbove;
     if (aa == 0) return aBelow;
-    const uint32_t below = ab * (255 - aa);  // scaled by 255
+    const uint32_t below = ab * (255 - aa);   // scaled by 255
     const uint32_t alpha = aa * 255 + below;  // scaled by 255
     uint32_t out = ((alpha + 127) / 255) << 24;
     for (int shift = 0; shift < 24; shift += 8) {
-        const uint32_t c = (((aAbove >> shift) & 255) * aa * 255 + ((aBelow >> shift) & 255) * below + alpha / 2) / alpha;
+        const uint32_t c =
+            (((aAbove >> shift) & 255) * aa * 255 + ((aBelow >> shift) & 255) * below + alpha / 2) / alpha;
         out |= std::min<uint32_t>(c, 255) << shift;
     }
     return out;

@@ -19,7 +19,7 @@ struct LayerOption {
 LayerOption ParseLayer(const std::string& aText);
 
 struct LayeredInput {
-    ComPtr<IDocument> document;            // the layered image
+    ComPtr<IDocument> document;             // the layered image
     std::vector<ComPtr<IDocument>> layers;  // its raster layers, bottom first
 };
 

@@ -12,25 +12,33 @@ struct SListSettings {};
 
 const std::vector<SOption<SListSettings>> kOptions = {};
 
-const SCommandText kText = {
-    "list", {nullptr, nullptr},
-    {"every operation of the module: short name, class id, categories and name",
-     "všechny operace modulu: krátké jméno, id třídy, kategorie a název"},
-    TextsOf(kOptions)};
+const SCommandText kText = {"list",
+                            {nullptr, nullptr},
+                            {"every operation of the module: short name, class id, categories and name",
+                             "všechny operace modulu: krátké jméno, id třídy, kategorie a název"},
+                            TextsOf(kOptions)};
 
 std::string CategoryName(const GUID& aId) {
     struct {
         const GUID* id;
         const char* name;
     } static const names[] = {
-        {&category::operation, "operation"},   {&category::shadow, "shadow"},
-        {&category::mask, "mask"},             {&category::background, "background"},
-        {&category::filter, "filter"},         {&category::colour, "colour"},
-        {&category::effect, "effect"},         {&category::surface, "surface"},
-        {&category::geometry, "geometry"},     {&category::fade, "fade"},
-        {&category::outline, "outline"},       {&category::script_operation, "script operation"},
-        {&category::script_object, "script object"}, {&category::transformation, "transformation"},
-        {&category::menu_commands, "menu commands"}, {&category::edit_tools, "edit tools"},
+        {&category::operation, "operation"},
+        {&category::shadow, "shadow"},
+        {&category::mask, "mask"},
+        {&category::background, "background"},
+        {&category::filter, "filter"},
+        {&category::colour, "colour"},
+        {&category::effect, "effect"},
+        {&category::surface, "surface"},
+        {&category::geometry, "geometry"},
+        {&category::fade, "fade"},
+        {&category::outline, "outline"},
+        {&category::script_operation, "script operation"},
+        {&category::script_object, "script object"},
+        {&category::transformation, "transformation"},
+        {&category::menu_commands, "menu commands"},
+        {&category::edit_tools, "edit tools"},
     };
     for (const auto& n : names)
         if (*n.id == aId) return n.name;

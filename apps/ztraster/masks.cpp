@@ -57,8 +57,7 @@ MaskOption ParseMaskFile(const std::string& aText) {
 
 MaskOption ParseMaskRect(const std::string& aText) {
     const std::vector<std::string> p = Split(aText);
-    if (p.size() != 4)
-        Usage("--mask-rect: " + Quoted(aText) + T(" is not of the form X,Y,W,H", " nemá tvar X,Y,Š,V"));
+    if (p.size() != 4) Usage("--mask-rect: " + Quoted(aText) + T(" is not of the form X,Y,W,H", " nemá tvar X,Y,Š,V"));
     MaskOption m;
     m.rectangle = true;
     m.x = int32_t(Number("--mask-rect", aText, p[0], INT32_MIN, INT32_MAX, "X,Y,W,H"));

@@ -44,7 +44,9 @@ std::string UsageLine(const SCommandText& aCommand) {
 
 const std::vector<SOptionText>& CommonOptions() {
     static const std::vector<SOptionText> options = {
-        {"--lang", nullptr, {"en|cs", "en|cs"},
+        {"--lang",
+         nullptr,
+         {"en|cs", "en|cs"},
          {"the language of messages and texts (default: from LC_ALL, LC_MESSAGES or LANG)",
           "jazyk zpráv a textů (výchozí: podle LC_ALL, LC_MESSAGES nebo LANG)"}},
         {"--help", "-h", {}, {"prints the help of the command", "vypíše nápovědu k příkazu"}},
@@ -73,10 +75,11 @@ std::string HelpText(const std::vector<const SCommandText*>& aCommands, const SC
                 s += T("Options of ", "Volby příkazu ") + std::string(c->name) + ":\n" + OptionLines(c->options);
     }
     s += T("Options of every command:\n", "Volby všech příkazů:\n") + OptionLines(common);
-    s += T("Exit status: 0 done (or nothing to do), 1 the operation failed, 2 bad usage or input.\n"
-           "The module is found next to ztraster, or at ZT_MODULE_PATH.\n",
-           "Návratový kód: 0 hotovo (nebo nebylo co dělat), 1 operace selhala, 2 chybné použití nebo vstup.\n"
-           "Modul se hledá vedle programu ztraster, nebo v ZT_MODULE_PATH.\n");
+    s +=
+        T("Exit status: 0 done (or nothing to do), 1 the operation failed, 2 bad usage or input.\n"
+          "The module is found next to ztraster, or at ZT_MODULE_PATH.\n",
+          "Návratový kód: 0 hotovo (nebo nebylo co dělat), 1 operace selhala, 2 chybné použití nebo vstup.\n"
+          "Modul se hledá vedle programu ztraster, nebo v ZT_MODULE_PATH.\n");
     return s;
 }
 

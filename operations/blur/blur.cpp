@@ -5,8 +5,8 @@
 
 #include "frame/boundary.h"
 #include "frame/config.h"
-#include "frame/numeric.h"
 #include "frame/image.h"
+#include "frame/numeric.h"
 #include "frame/text.h"
 #include "operations/blur/blur_kernels.h"
 #include "operations/blur/blur_radial.h"
@@ -26,7 +26,8 @@ struct SBlurSettings {
 namespace {
 
 constexpr const char16_t* kBlur = u"[0409]Blur[0405]Rozostření";
-constexpr const char16_t* kHorizontalAndVertical = u"[0409]Horizontal and vertical blur[0405]Vodorovné a svislé rozostření";
+constexpr const char16_t* kHorizontalAndVertical =
+    u"[0409]Horizontal and vertical blur[0405]Vodorovné a svislé rozostření";
 constexpr const char16_t* kHorizontal = u"[0409]Horizontal blur[0405]Vodorovné rozostření";
 constexpr const char16_t* kVertical = u"[0409]Vertical blur[0405]Svislé rozostření";
 constexpr const char16_t* kRadial = u"[0409]Radial blur[0405]Radiální rozostření";
@@ -141,8 +142,8 @@ HRESULT RunPlanar(const SPlanarRun& aRun, const Maker& aMake) {
     const CScratchBuffer scratch(aRun.image, uint64_t(E) * H * sizeof(TWidePixel));
     TWidePixel* const wide = scratch.As<TWidePixel>();
     if (!wide) return E_OUTOFMEMORY;
-    const HRESULT hr = BlurLines(CFloatSRGBPreMulSrc{aRun.table, aRun.source, aRun.sourceStride},
-                                 CWideRowDst{wide, E}, aMake(W, aRun.left, aRun.right), H, pool);
+    const HRESULT hr = BlurLines(CFloatSRGBPreMulSrc{aRun.table, aRun.source, aRun.sourceStride}, CWideRowDst{wide, E},
+                                 aMake(W, aRun.left, aRun.right), H, pool);
     if (FAILED(hr)) return hr;
     using WideSrc = std::conditional_t<kIsRecursive<Kernel>, CWideColumnSrc, CFloatWideColumnSrc>;
     return BlurLines(WideSrc{wide, E}, CFloatSRGBDeMulTransposingDst{aRun.table, aRun.target, E},
@@ -154,12 +155,14 @@ HRESULT RadialOrZoom(IDocumentRasterImage* aImage, TImageSize aCanvas, const SBl
     std::unique_ptr<TPixelChannel[]> block(new (std::nothrow) TPixelChannel[2 * count]);
     if (!block) return E_OUTOFMEMORY;
     const TImagePoint origin{0, 0};
-    HRESULT hr = aImage->TileGet(CHANNEL_COLOR, &origin, &aCanvas, nullptr, uint32_t(count), block.get(), nullptr,
-                                 ACCESS_MODE);
+    HRESULT hr =
+        aImage->TileGet(CHANNEL_COLOR, &origin, &aCanvas, nullptr, uint32_t(count), block.get(), nullptr, ACCESS_MODE);
     if (FAILED(hr)) return hr;
     TPixelChannel* result = block.get() + count;
-    if (aSettings.direction == kRadialBlur) RadialBlur(block.get(), result, aCanvas.nX, aCanvas.nY, aSettings.angle);
-    else ZoomBlur(block.get(), result, aCanvas.nX, aCanvas.nY, aSettings.zoom);
+    if (aSettings.direction == kRadialBlur)
+        RadialBlur(block.get(), result, aCanvas.nX, aCanvas.nY, aSettings.angle);
+    else
+        ZoomBlur(block.get(), result, aCanvas.nX, aCanvas.nY, aSettings.zoom);
     return aImage->TileSet(CHANNEL_COLOR, &origin, &aCanvas, nullptr, uint32_t(count), result, 1);
 }
 
@@ -234,8 +237,10 @@ HRESULT ActivateBlur(IDocument* aDocument, const SBlurSettings& s) {
         }
         switch (method) {
             case kConstant:
-                if (std::ceil(r) == r) hr = RunPlanar(run, SBoxMaker{uint32_t(r)});
-                else hr = RunPlanar(run, SFractionMaker{r});
+                if (std::ceil(r) == r)
+                    hr = RunPlanar(run, SBoxMaker{uint32_t(r)});
+                else
+                    hr = RunPlanar(run, SFractionMaker{r});
                 break;
             case kLinear: hr = RunPlanar(run, SLinearMaker{uint32_t(std::ceil(r))}); break;
             case kGaussian: hr = RunPlanar(run, SRecursiveMaker{double(r)}); break;
@@ -347,11 +352,13 @@ HRESULT CDocumentOperationRasterImageBlur::Name(IOperationManager*, IConfig* aCo
                                       Rounded(Schema().Read(aConfig, &SBlurSettings::angle))),
                                aName);
             case kZoomBlur:
-                return HandOut(Printf(MultiLanguage(u"%s - %ipx"), MultiLanguage(kZoom), Schema().Read(aConfig, &SBlurSettings::zoom)),
+                return HandOut(Printf(MultiLanguage(u"%s - %ipx"), MultiLanguage(kZoom),
+                                      Schema().Read(aConfig, &SBlurSettings::zoom)),
                                aName);
             default: return HandOut(MultiLanguage(kBlur), aName);
         }
-        return HandOut(Printf(MultiLanguage(u"%s - %ipx"), MultiLanguage(text), Rounded(Schema().Read(aConfig, &SBlurSettings::radius))),
+        return HandOut(Printf(MultiLanguage(u"%s - %ipx"), MultiLanguage(text),
+                              Rounded(Schema().Read(aConfig, &SBlurSettings::radius))),
                        aName);
     });
 }

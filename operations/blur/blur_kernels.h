@@ -40,21 +40,19 @@ inline v4d operator-(v4d a, v4d b) { return {a.lo - b.lo, a.hi - b.hi}; }
 inline v4d operator*(v4d a, v4d b) { return {a.lo * b.lo, a.hi * b.hi}; }
 inline v4d operator*(v4d a, double b) { return {a.lo * b, a.hi * b}; }
 inline v4d operator*(double b, v4d a) { return {b * a.lo, b * a.hi}; }
-inline v4d Widen(v4f a) {
-    return {v2d{double(a[0]), double(a[1])}, v2d{double(a[2]), double(a[3])}};
-}
+inline v4d Widen(v4f a) { return {v2d{double(a[0]), double(a[1])}, v2d{double(a[2]), double(a[3])}}; }
 inline v4f Splat(float a) { return v4f{a, a, a, a}; }
 inline v4f Load4(const float* p) { return v4f{p[0], p[1], p[2], p[3]}; }
 
 // ---------------------------------------------------------------- pixel conversions
 
-constexpr float kInv255 = 0.003921569f;            // 0x3B808081
-constexpr float kHalfStep = 0.0019607844f;         // half of one 8-bit step
+constexpr float kInv255 = 0.003921569f;                   // 0x3B808081
+constexpr float kHalfStep = 0.0019607844f;                // half of one 8-bit step
 constexpr double kRecursiveCutOff = 0.00196078431372549;  // alpha below which the recursive kernel drops a pixel
-constexpr float kEncodeLow = 0.00012207031f;       // 2^-13: keeps the encoder's index in range
-constexpr float kEncodeHigh = 0.99999994f;         // the largest float under 1
-constexpr float kFromWideUnsigned = 3.0517578e-5f;  // 2^-15
-constexpr float kFromWideSigned = 6.1035156e-5f;    // 2^-14
+constexpr float kEncodeLow = 0.00012207031f;              // 2^-13: keeps the encoder's index in range
+constexpr float kEncodeHigh = 0.99999994f;                // the largest float under 1
+constexpr float kFromWideUnsigned = 3.0517578e-5f;        // 2^-15
+constexpr float kFromWideSigned = 6.1035156e-5f;          // 2^-14
 
 // A stored pixel in premultiplied linear light, single precision.
 inline v4f PreMulLinearF(const TSRGBFloatRecord* aTable, TPixelChannel aPixel) {
@@ -150,9 +148,7 @@ struct TWidePixel {
 };
 static_assert(sizeof(TWidePixel) == 8);
 
-inline v4i TruncateToInt(v2d lo, v2d hi) {
-    return v4i{int32_t(lo[0]), int32_t(lo[1]), int32_t(hi[0]), int32_t(hi[1])};
-}
+inline v4i TruncateToInt(v2d lo, v2d hi) { return v4i{int32_t(lo[0]), int32_t(lo[1]), int32_t(hi[0]), int32_t(hi[1])}; }
 
 // Float kernels: 1.0 is 32768, unsigned, cut towards zero.
 inline TWidePixel WideFromSum(v4f aSum, float aInv) {
@@ -265,8 +261,7 @@ struct CWideDstT {
     ptrdiff_t LineStep() const { return kTransposing ? 1 : ptrdiff_t(stride); }
     void WriteSum(TWidePixel* p, v4f aSum, float aInv) const { *p = WideFromSum(aSum, aInv); }
     void WriteRecursive(TWidePixel* p, v4d aY) const { *p = WideFromRecursive(aY); }
-    void WriteSums(TWidePixel* const* aLines, ptrdiff_t aOffset, const v4f* aSums, uint32_t aCount,
-                   float aInv) const {
+    void WriteSums(TWidePixel* const* aLines, ptrdiff_t aOffset, const v4f* aSums, uint32_t aCount, float aInv) const {
         for (uint32_t g = 0; g < aCount; ++g) aLines[g][aOffset] = WideFromSum(aSums[g], aInv);
     }
 };
@@ -286,8 +281,10 @@ constexpr uint32_t kLineGroupAcross = 256;
 // Whether a source's or destination's lines run across memory.
 template <class T>
 constexpr bool AcrossMemory() {
-    if constexpr (requires { T::kAcross; }) return T::kAcross;
-    else return false;
+    if constexpr (requires { T::kAcross; })
+        return T::kAcross;
+    else
+        return false;
 }
 template <class Src, class Dst>
 constexpr uint32_t kGroupOf = AcrossMemory<Src>() || AcrossMemory<Dst>() ? kLineGroupAcross : kLineGroupAlong;

@@ -56,7 +56,8 @@ inline void RadialBlur(const TPixelChannel* aIn, TPixelChannel* aOut, uint32_t a
             const TPixelChannel self = aIn[size_t(y) * aW + x];
             SRadialSums s;
             s.Add(self);
-            SFixedPoint p{Wrap32((int64_t(x) << 16) - (int64_t(aW) << 15)), Wrap32((int64_t(y) << 16) - (int64_t(aH) << 15))};
+            SFixedPoint p{Wrap32((int64_t(x) << 16) - (int64_t(aW) << 15)),
+                          Wrap32((int64_t(y) << 16) - (int64_t(aH) << 15))};
             SFixedPoint one = p, two = p;
             auto sample = [&](SFixedPoint q) {
                 const int64_t sx = (cx + q.x) >> 16, sy = (cy + q.y) >> 16;

@@ -87,12 +87,13 @@ struct SStreamedBlurJob {
 };
 struct SStreamedBlurForm {
     HRESULT (*box)(const SStreamedBlurJob&, const CBoxBlurFloat&, const CBoxBlurFloat&, IThreadPool*);
-    HRESULT (*fraction)(const SStreamedBlurJob&, const CFractionBoxBlurFloat&, const CFractionBoxBlurFloat&,
-                        IThreadPool*);
+    HRESULT(*fraction)
+    (const SStreamedBlurJob&, const CFractionBoxBlurFloat&, const CFractionBoxBlurFloat&, IThreadPool*);
     HRESULT (*linear)(const SStreamedBlurJob&, const CLinearBlurFloat&, const CLinearBlurFloat&, IThreadPool*);
     // aIntermediate holds RecursiveIntermediateLength wide pixels.
-    HRESULT (*recursive)(const SStreamedBlurJob&, const CRecursiveBlurRGBA&, const CRecursiveBlurRGBA&,
-                         IThreadPool*, TWidePixel* aIntermediate);
+    HRESULT(*recursive)
+    (const SStreamedBlurJob&, const CRecursiveBlurRGBA&, const CRecursiveBlurRGBA&, IThreadPool*,
+     TWidePixel* aIntermediate);
 };
 extern const SStreamedBlurForm kStreamedBlurAvx2, kStreamedBlurAvx512;
 
@@ -113,8 +114,8 @@ inline HRESULT RunStreamed(const SStreamedBlurForm& aForm, const SStreamedBlurJo
                            IThreadPool* aPool) {
     return aForm.fraction(aJob, aRows, aColumns, aPool);
 }
-inline HRESULT RunStreamed(const SStreamedBlurForm& aForm, const SStreamedBlurJob& aJob,
-                           const CLinearBlurFloat& aRows, const CLinearBlurFloat& aColumns, IThreadPool* aPool) {
+inline HRESULT RunStreamed(const SStreamedBlurForm& aForm, const SStreamedBlurJob& aJob, const CLinearBlurFloat& aRows,
+                           const CLinearBlurFloat& aColumns, IThreadPool* aPool) {
     return aForm.linear(aJob, aRows, aColumns, aPool);
 }
 

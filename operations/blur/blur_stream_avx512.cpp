@@ -20,6 +20,6 @@ HRESULT Recursive(const SStreamedBlurJob& aJob, const CRecursiveBlurRGBA& aRows,
 }  // namespace
 
 const SStreamedBlurForm kStreamedBlurAvx512 = {&Streamed<CBoxBlurFloat>, &Streamed<CFractionBoxBlurFloat>,
-                                          &Streamed<CLinearBlurFloat>, &Recursive};
+                                               &Streamed<CLinearBlurFloat>, &Recursive};
 
 }  // namespace zt

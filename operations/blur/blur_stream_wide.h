@@ -119,8 +119,8 @@ private:
         for (int j = 0; j < 4; ++j) {
             // The alpha lane multiplies 1.0, which gives a itself.
             const __m512 colours = _mm512_mask_blend_ps(0x8888, _mm512_castsi512_ps(f[j]), _mm512_set1_ps(1.0f));
-            const __m512i spread = _mm512_setr_epi32(j, j, j, j, 4 + j, 4 + j, 4 + j, 4 + j, 8 + j, 8 + j, 8 + j,
-                                                     8 + j, 12 + j, 12 + j, 12 + j, 12 + j);
+            const __m512i spread = _mm512_setr_epi32(j, j, j, j, 4 + j, 4 + j, 4 + j, 4 + j, 8 + j, 8 + j, 8 + j, 8 + j,
+                                                     12 + j, 12 + j, 12 + j, 12 + j);
             p[j] = _mm512_mul_ps(colours, _mm512_permutexvar_ps(spread, a));
         }
         // Lane L of p[j] is pixel 4L + j: a 4 x 4 transpose of the lanes puts them in order.
@@ -257,8 +257,10 @@ __attribute__((always_inline)) inline void DeMulSRGB8(const CEncoderEntries& aEn
     const v8u alpha = __builtin_convertvector(__builtin_convertvector(alphaF, v8i), v8u) & 255u;
     const v8u pixels = (colour(b) | colour(g) << 8 | colour(r) << 16 | alpha << 24) & v8u(keep);
     const __m256i ordered = _mm256_permutevar8x32_epi32(__m256i(pixels), _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
-    if (aCount == 8) _mm256_storeu_si256(reinterpret_cast<__m256i*>(aOut), ordered);
-    else std::memcpy(aOut, &ordered, aCount * sizeof(TPixelChannel));
+    if (aCount == 8)
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(aOut), ordered);
+    else
+        std::memcpy(aOut, &ordered, aCount * sizeof(TPixelChannel));
 }
 
 // Column vectors of a chunk of the column pass, whose sums stay in registers.
@@ -379,8 +381,8 @@ public:
     }
 
 private:
-    static constexpr uint64_t kBand = 32;        // rows blurred per band
-    static constexpr uint32_t kRowGroup = 4;     // rows whose sums are walked side by side
+    static constexpr uint64_t kBand = 32;     // rows blurred per band
+    static constexpr uint32_t kRowGroup = 4;  // rows whose sums are walked side by side
     static constexpr uint64_t kChunkPixels = kChunkVectors * kPixelsPerVector;
     using State = typename Kernel::template State<vCols>;
 
@@ -490,10 +492,10 @@ private:
     uint32_t sourceStride_;
     TPixelChannel* target_;
     Kernel rows_, columns_;
-    uint64_t height_;  // H, the columns' length
-    uint64_t width_;   // E, the target's width
+    uint64_t height_;   // H, the columns' length
+    uint64_t width_;    // E, the target's width
     uint64_t vectors_;  // column vectors in a row of the ring, whole chunks
-    uint64_t reach_;   // 2R of the columns
+    uint64_t reach_;    // 2R of the columns
     uint64_t ringRows_ = 0, ringMask_ = 0, lineLength_ = 0;
     CAlignedArray<v4f> ring_;
     CAlignedArray<vCols> front_, back_;
@@ -571,8 +573,10 @@ __attribute__((always_inline)) inline void DeMulSRGBRecursive8(const CEncoderEnt
     const v8u alpha = v8u(_mm256_set_m128i(alphaByte(a1), alphaByte(a0)));
     const v8u pixels = (colour(b) | colour(g) << 8 | colour(r) << 16 | alpha << 24) & v8u(keep);
     const __m256i ordered = _mm256_permutevar8x32_epi32(__m256i(pixels), _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
-    if (aCount == 8) _mm256_storeu_si256(reinterpret_cast<__m256i*>(aOut), ordered);
-    else std::memcpy(aOut, &ordered, aCount * sizeof(TPixelChannel));
+    if (aCount == 8)
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(aOut), ordered);
+    else
+        std::memcpy(aOut, &ordered, aCount * sizeof(TPixelChannel));
 }
 
 #if ZT_BLUR_PERMUTED_TABLES
@@ -696,16 +700,22 @@ void RecursiveWalk(const CRecursiveBlurRGBA& aKernel, const Read& aRead, const W
     };
 
     vLines c[V], backColour[V];
-    if (aKernel.replicateBack) read(n - 1, backColour);
-    else fill(back, backColour);
-    if (aKernel.replicateFront) read(0, c);
-    else fill(front, c);
+    if (aKernel.replicateBack)
+        read(n - 1, backColour);
+    else
+        fill(back, backColour);
+    if (aKernel.replicateFront)
+        read(0, c);
+    else
+        fill(front, c);
     uint32_t consumed = 0;
     // At R = 1 on a one-pixel line the walk asks for one pixel more than the line has: the
     // one behind it, the back colour.
     auto next = [&]() {
-        if (consumed < n) read(consumed, c);
-        else std::copy_n(backColour, V, c);
+        if (consumed < n)
+            read(consumed, c);
+        else
+            std::copy_n(backColour, V, c);
         ++consumed;
     };
     auto step = [&](uint32_t i) {
@@ -797,8 +807,10 @@ private:
                 const CAlignedArray<v4df> w = AllocateAligned<v4df>(kGroup * kernel.WorkLength());
                 if (!w) return E_OUTOFMEMORY;
                 for (uint32_t l = aFirst; l < aEnd; l += kGroup) {
-                    if (aRows) RowGroup(l, std::min(kGroup, aEnd - l), w.get());
-                    else ColumnGroup(l, std::min(kGroup, aEnd - l), w.get());
+                    if (aRows)
+                        RowGroup(l, std::min(kGroup, aEnd - l), w.get());
+                    else
+                        ColumnGroup(l, std::min(kGroup, aEnd - l), w.get());
                 }
                 return S_OK;
             },
@@ -806,9 +818,7 @@ private:
     }
 
     // Where the intermediate holds column x of row y.
-    TWidePixel* Wide(uint64_t aY, uint64_t aX) const {
-        return wide_ + ((aY >> 3) * width_ + aX) * 8 + (aY & 7);
-    }
+    TWidePixel* Wide(uint64_t aY, uint64_t aX) const { return wide_ + ((aY >> 3) * width_ + aX) * 8 + (aY & 7); }
 
     // Lines beyond aCount repeat the last one: they are computed and not written.
     void RowGroup(uint32_t aFirst, uint32_t aCount, v4df* aW) const {
@@ -850,9 +860,8 @@ private:
                     _mm_prefetch(reinterpret_cast<const char*>(Wide(std::min(j + 16, H - 1), column[g])), _MM_HINT_T0);
                 return FromWideSigned4(Wide(j, column[g]));
             },
-            [&](uint32_t j, const v4df* y) __attribute__((always_inline)) {
-                DeMulSRGBRecursiveGroup(entries, y, out + j * width_, aCount);
-            },
+            [&](uint32_t j, const v4df* y)
+                __attribute__((always_inline)) { DeMulSRGBRecursiveGroup(entries, y, out + j * width_, aCount); },
             aW);
     }
 

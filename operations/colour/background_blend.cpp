@@ -35,8 +35,7 @@ const CSchema<SBackgroundBlendSettings>& CDocumentOperationRasterImageBackground
 }
 
 HRESULT CDocumentOperationRasterImageBackgroundBlend::Activate(IOperationManager*, IDocument* aDocument,
-                                                               IConfig* aConfig, IOperationContext*, ZTHWND,
-                                                               uint32_t) {
+                                                               IConfig* aConfig, IOperationContext*, ZTHWND, uint32_t) {
     return Guard([&]() -> HRESULT {
         ComPtr<IDocumentRasterImage> image;
         if (aDocument) aDocument->QueryFeatureInterface(IDocumentRasterImage::iid, image.out());
@@ -60,8 +59,7 @@ HRESULT CDocumentOperationRasterImageBackgroundBlend::Activate(IOperationManager
         // The module's own buffer: the result goes back by TileSet, not handed over.
         std::unique_ptr<TPixelChannel[]> pixels(new TPixelChannel[count]);
         RunPixelOp(image.get(), content, pixels.get(), op, PoolForPixels(content.size.nX, content.size.nY));
-        return image->TileSet(CHANNEL_COLOR, &content.origin, &content.size, nullptr, uint32_t(count), pixels.get(),
-                              0);
+        return image->TileSet(CHANNEL_COLOR, &content.origin, &content.size, nullptr, uint32_t(count), pixels.get(), 0);
     });
 }
 
@@ -78,10 +76,10 @@ HRESULT CDocumentOperationRasterImageBackgroundBlend::Name(IOperationManager*, I
                                                            ILocalizedString** aName) {
     return GuardOut(aName, [&] {
         if (!aConfig) return HandOut(MultiLanguage(kSetBackground), aName);
-        const uint32_t background = static_cast<uint32_t>(Schema().Read(aConfig, &SBackgroundBlendSettings::background));
+        const uint32_t background =
+            static_cast<uint32_t>(Schema().Read(aConfig, &SBackgroundBlendSettings::background));
         if (ComPtr<ILocalizedString> colorName = HostColorName(0xFF000000u | background))
-            return HandOut(Printf(MultiLanguage(u"[0409]Set %s background[0405]Nastavit pozadí %s"), colorName),
-                           aName);
+            return HandOut(Printf(MultiLanguage(u"[0409]Set %s background[0405]Nastavit pozadí %s"), colorName), aName);
         return HandOut(MultiLanguage(kSetBackground), aName);
     });
 }

@@ -10,7 +10,7 @@ namespace zt {
 
 struct CBackgroundBlendOp {
     static constexpr bool kKeepsAlphaTotal = false;
-    const uint16_t* gamma;   // T; null: the bytes are mixed as they are
+    const uint16_t* gamma;      // T; null: the bytes are mixed as they are
     uint32_t red, green, blue;  // the background, 16-bit linear (or bytes without T)
     uint8_t threshold;
 

@@ -50,7 +50,6 @@ const CSchema<SColorTransformationsSettings>& CDocumentOperationRasterImageColor
     return schema;
 }
 
-
 HRESULT CDocumentOperationRasterImageColorTransformations::Activate(IOperationManager*, IDocument* aDocument,
                                                                     IConfig* aConfig, IOperationContext*, ZTHWND,
                                                                     uint32_t) {
@@ -111,10 +110,11 @@ HRESULT CDocumentOperationRasterImageColorTransformations::Name(IOperationManage
                                 u"[0409]Increase contrast[0405]Zvýšit kontrast", Shown(int64_t(C) - 100));
             if (!Near(C)) return exposure();
         }
-        if ((G < 0.7f || G > 1.3f) && Near(S)) return HandOut(MultiLanguage(u"[0409]Adjust gamma[0405]Upravit gamu"), aName);
+        if ((G < 0.7f || G > 1.3f) && Near(S))
+            return HandOut(MultiLanguage(u"[0409]Adjust gamma[0405]Upravit gamu"), aName);
         if (Near(C) && G > 0.95f && G < 1.05f && (S < 90 || S > 110))
-            return numbered(S < 101, u"[0409]Desaturate[0405]Odbarvit",
-                            u"[0409]Increase saturation[0405]Zvýšit sytost", Shown(int64_t(S) - 100));
+            return numbered(S < 101, u"[0409]Desaturate[0405]Odbarvit", u"[0409]Increase saturation[0405]Zvýšit sytost",
+                            Shown(int64_t(S) - 100));
         return exposure();
     });
 }

@@ -33,7 +33,8 @@ inline void BuildColorTransformationsByteTable(int32_t aBrightness, int32_t aCon
 }
 
 // Other saturations: 16-bit linear values, which may lie outside 0 .. 65535.
-inline void BuildColorTransformationsLinearTable(int32_t aBrightness, int32_t aContrast, float aGamma, int32_t* aTable) {
+inline void BuildColorTransformationsLinearTable(int32_t aBrightness, int32_t aContrast, float aGamma,
+                                                 int32_t* aTable) {
     const float inverse = 1.0f / LimitTransformationsGamma(aGamma);
     const float shift = static_cast<float>(aBrightness) / 255.0f;
     for (int i = 0; i < 256; ++i)

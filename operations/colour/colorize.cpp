@@ -21,9 +21,10 @@ constexpr const char16_t* kColorize = u"[0409]Colorize[0405]Obarvit";
 const CSchema<SColorizeSettings>& CDocumentOperationRasterImageColorize::Schema() {
     using S = SColorizeSettings;
     static const CSchema<S> schema = {
-        PickOne(u"Mode", &S::mode, u"[0409]Mode[0405]Režim", nullptr, 0,
-                {{0, "replace", u"[0409]Replace hue and saturation[0405]Nahradit odstín a sytost"},
-                 {1, "keep-saturation", u"[0409]Replace hue, preserve saturation[0405]Nahradit odstín, zachovat sytost"}}),
+        PickOne(
+            u"Mode", &S::mode, u"[0409]Mode[0405]Režim", nullptr, 0,
+            {{0, "replace", u"[0409]Replace hue and saturation[0405]Nahradit odstín a sytost"},
+             {1, "keep-saturation", u"[0409]Replace hue, preserve saturation[0405]Nahradit odstín, zachovat sytost"}}),
         Simple(u"Hue", &S::hue, u"[0409]Hue[0405]Odstín",
                u"[0409]Hue of the colorized image.[0405]Odstín obarveného obrázku.", 0.0f),
         Simple(u"Saturation", &S::saturation, u"[0409]Saturation[0405]Sytost",

@@ -43,8 +43,8 @@ const CSchema<SConvolutionFilterSettings>& CDocumentOperationRasterImageConvolut
     return schema;
 }
 
-HRESULT CDocumentOperationRasterImageConvolution::Activate(IOperationManager*, IDocument* aDocument,
-                                                           IConfig* aConfig, IOperationContext*, ZTHWND, uint32_t) {
+HRESULT CDocumentOperationRasterImageConvolution::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
+                                                           IOperationContext*, ZTHWND, uint32_t) {
     using S = SConvolutionFilterSettings;
     return Guard([&]() -> HRESULT {
         ComPtr<IDocumentRasterImage> image;
@@ -55,8 +55,8 @@ HRESULT CDocumentOperationRasterImageConvolution::Activate(IOperationManager*, I
 
         // The matrix is judged before the other settings are read.
         SConvolutionMatrix matrix;
-        if (!ParseConvolutionMatrix(Schema().Read(aConfig, &S::matrix), &matrix) ||
-            matrix.width >= kConvolutionLimit || matrix.height >= kConvolutionLimit)
+        if (!ParseConvolutionMatrix(Schema().Read(aConfig, &S::matrix), &matrix) || matrix.width >= kConvolutionLimit ||
+            matrix.height >= kConvolutionLimit)
             return Fail(E_HOST_INVALID_PARAM,
                         u"[0409]The convolution matrix must be rows of numbers, all rows of one length, at most "
                         u"31 rows and columns.[0405]Konvoluční matice musí být řádky čísel, všechny stejně "
@@ -82,8 +82,7 @@ HRESULT CDocumentOperationRasterImageConvolution::Activate(IOperationManager*, I
     });
 }
 
-HRESULT CDocumentOperationRasterImageConvolution::Name(IOperationManager*, IConfig* aConfig,
-                                                       ILocalizedString** aName) {
+HRESULT CDocumentOperationRasterImageConvolution::Name(IOperationManager*, IConfig* aConfig, ILocalizedString** aName) {
     using S = SConvolutionFilterSettings;
     return GuardOut(aName, [&] {
         if (!aConfig) return HandOut(MultiLanguage(kConvolutionMatrix), aName);
@@ -91,12 +90,9 @@ HRESULT CDocumentOperationRasterImageConvolution::Name(IOperationManager*, IConf
         const float div = Schema().Read(aConfig, &S::div);
         const float bias = Schema().Read(aConfig, &S::bias);
         switch (RecogniseConvolutionEffect(matrix, div, bias)) {
-            case EConvolutionEffect::sharpen:
-                return HandOut(MultiLanguage(u"[0409]Sharpen[0405]Zaostřit"), aName);
-            case EConvolutionEffect::soften:
-                return HandOut(MultiLanguage(u"[0409]Soften[0405]Změkčit"), aName);
-            default:
-                return HandOut(MultiLanguage(kConvolutionMatrix), aName);
+            case EConvolutionEffect::sharpen: return HandOut(MultiLanguage(u"[0409]Sharpen[0405]Zaostřit"), aName);
+            case EConvolutionEffect::soften: return HandOut(MultiLanguage(u"[0409]Soften[0405]Změkčit"), aName);
+            default: return HandOut(MultiLanguage(kConvolutionMatrix), aName);
         }
     });
 }

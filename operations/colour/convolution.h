@@ -8,8 +8,7 @@ namespace zt {
 
 struct SConvolutionFilterSettings;
 
-class CDocumentOperationRasterImageConvolution
-    : public COperation<CDocumentOperationRasterImageConvolution> {
+class CDocumentOperationRasterImageConvolution : public COperation<CDocumentOperationRasterImageConvolution> {
 public:
     static constexpr CLSID classId = MakeGuid("6b506239-51b0-4416-8b1a-341c516a0f0c");
     static constexpr uint32_t nameId = IDS_NAME_CONVOLUTION;

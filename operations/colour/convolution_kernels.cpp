@@ -51,16 +51,20 @@ bool ParseConvolutionMatrix(std::u16string_view aText, SConvolutionMatrix* aMatr
             ++pos;
         }
         if (rowEnd) {
-            if (!rowEndSeen) width = count;
-            else if (count != width) return false;
+            if (!rowEndSeen)
+                width = count;
+            else if (count != width)
+                return false;
             rowEndSeen = true;
             endsWithLine = true;
             count = 0;
         }
     }
     if (!endsWithLine) {
-        if (!rowEndSeen) width = count;
-        else if (count != width) return false;
+        if (!rowEndSeen)
+            width = count;
+        else if (count != width)
+            return false;
     }
     // No width, no division: an empty or blank text is no matrix.
     if (width == 0) return false;

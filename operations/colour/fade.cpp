@@ -39,15 +39,14 @@ struct SInnerFilter {
     ComPtr<IConfig> config;
 };
 SInnerFilter InnerFilter(IConfig* aConfig) {
-    SNestedOperation operation =
-        CDocumentOperationRasterImageFade::Schema().Read(aConfig, &SFadeSettings::operation);
+    SNestedOperation operation = CDocumentOperationRasterImageFade::Schema().Read(aConfig, &SFadeSettings::operation);
     return {HostCreate<IRasterImageFilter>(operation.id.AsGUID()), std::move(operation.config)};
 }
 }  // namespace
 
-HRESULT CDocumentOperationRasterImageFade::Activate(IOperationManager* aManager, IDocument* aDocument,
-                                                    IConfig* aConfig, IOperationContext* aContext,
-                                                    ZTHWND aParentWindow, uint32_t aLanguage) {
+HRESULT CDocumentOperationRasterImageFade::Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
+                                                    IOperationContext* aContext, ZTHWND aParentWindow,
+                                                    uint32_t aLanguage) {
     return Guard([&]() -> HRESULT {
         ComPtr<IDocumentRasterImage> image = RasterImageOf(aDocument);
         if (!image) return E_FAIL;
@@ -56,8 +55,8 @@ HRESULT CDocumentOperationRasterImageFade::Activate(IOperationManager* aManager,
         ComPtr<IGammaTableCache> gamma = HostCreate<IGammaTableCache>(CLSID_GammaTableCache);
         if (!gamma) return E_FAIL;
         ComPtr<IDocument> wrapper = CFadeDocument::Create(aDocument, image, gamma, f);
-        ComPtr<IOperationManager> manager = aManager ? ComPtr<IOperationManager>(aManager)
-                                                     : HostCreate<IOperationManager>(CLSID_OperationManager);
+        ComPtr<IOperationManager> manager =
+            aManager ? ComPtr<IOperationManager>(aManager) : HostCreate<IOperationManager>(CLSID_OperationManager);
         if (!manager) return E_FAIL;
         return manager->Activate(manager, wrapper, &settings.operation.id.Raw(), settings.operation.config, aContext,
                                  aParentWindow, aLanguage);

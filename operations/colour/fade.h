@@ -9,8 +9,7 @@ namespace zt {
 
 struct SFadeSettings;
 
-class CDocumentOperationRasterImageFade
-    : public COperation<CDocumentOperationRasterImageFade, IRasterImageFilter> {
+class CDocumentOperationRasterImageFade : public COperation<CDocumentOperationRasterImageFade, IRasterImageFilter> {
 public:
     static constexpr CLSID classId = MakeGuid("e22803b2-143b-45d6-812c-ed1472b10460");
     static constexpr uint32_t nameId = IDS_NAME_FADE;

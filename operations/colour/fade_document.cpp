@@ -50,8 +50,8 @@ HRESULT CFadeDocument::TileSet(uint32_t aChannelID, const TImagePoint* aOrigin, 
     if (!aPixels || n > UINT32_MAX) return E_HOST_INVALID_PARAM;
     std::unique_ptr<TPixelChannel[]> buffer(new (std::nothrow) TPixelChannel[n]);
     if (!buffer) return E_OUTOFMEMORY;
-    if (FAILED(image_->TileGet(CHANNEL_COLOR, aOrigin, &size, nullptr, uint32_t(n), buffer.get(), nullptr,
-                               ACCESS_MODE)))
+    if (FAILED(
+            image_->TileGet(CHANNEL_COLOR, aOrigin, &size, nullptr, uint32_t(n), buffer.get(), nullptr, ACCESS_MODE)))
         return E_FAIL;
     const ptrdiff_t xStep = aStride ? ptrdiff_t(aStride->nX) : 1;
     const ptrdiff_t rowRest = aStride ? ptrdiff_t(aStride->nY) - ptrdiff_t(aStride->nX) * ptrdiff_t(size.nX) : 0;
@@ -64,9 +64,9 @@ HRESULT CFadeDocument::TileSet(uint32_t aChannelID, const TImagePoint* aOrigin, 
     return image_->TileSet(CHANNEL_COLOR, aOrigin, &size, nullptr, uint32_t(n), buffer.get(), aKeepContent);
 }
 
-HRESULT CFadeDocument::BufferReplace(TImagePoint aAllocOrigin, TImageSize aAllocSize,
-                                     const TImagePoint* aContentOrigin, const TImageSize* aContentSize,
-                                     const uint64_t*, TPixelChannel* aPixels, ZTPixelDeleter aDeleter) {
+HRESULT CFadeDocument::BufferReplace(TImagePoint aAllocOrigin, TImageSize aAllocSize, const TImagePoint* aContentOrigin,
+                                     const TImageSize* aContentSize, const uint64_t*, TPixelChannel* aPixels,
+                                     ZTPixelDeleter aDeleter) {
     const TImageStride stride{1, aAllocSize.nX};
     TImagePoint origin = aAllocOrigin;
     TImageSize size = aAllocSize;
@@ -77,8 +77,10 @@ HRESULT CFadeDocument::BufferReplace(TImagePoint aAllocOrigin, TImageSize aAlloc
         size = *aContentSize;
         // A content rectangle that leaves the buffer would be read from outside it.
         const int64_t dx = int64_t(origin.nX) - aAllocOrigin.nX, dy = int64_t(origin.nY) - aAllocOrigin.nY;
-        if (dx < 0 || dy < 0 || dx + size.nX > aAllocSize.nX || dy + size.nY > aAllocSize.nY) hr = E_HOST_INVALID_PARAM;
-        else start = aPixels + (dy * int64_t(aAllocSize.nX) + dx);
+        if (dx < 0 || dy < 0 || dx + size.nX > aAllocSize.nX || dy + size.nY > aAllocSize.nY)
+            hr = E_HOST_INVALID_PARAM;
+        else
+            start = aPixels + (dy * int64_t(aAllocSize.nX) + dx);
     }
     if (SUCCEEDED(hr))
         hr = TileSet(CHANNEL_COLOR, &origin, &size, &stride, uint32_t(uint64_t(size.nX) * size.nY), start, 1);

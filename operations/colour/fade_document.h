@@ -17,16 +17,15 @@ public:
                                     int32_t aStrength);
 
     void* FindInterfaceImpl(const IID& aIID) {
-        return FindInterface<IDocument, IBlockOperations, IDocumentRasterImage, IDocumentEditableImage,
-                             IDocumentImage>(this, aIID);
+        return FindInterface<IDocument, IBlockOperations, IDocumentRasterImage, IDocumentEditableImage, IDocumentImage>(
+            this, aIID);
     }
 
     // IBlockOperations, IDocument
     HRESULT WriteLock() override { return document_->WriteLock(); }
     HRESULT WriteUnlock() override { return document_->WriteUnlock(); }
     HRESULT QueryFeatureInterface(const IID& aIID, void** aFeature) override;
-    HRESULT DocumentCopy(const char16_t* aPrefix, IDocumentBase* aBase, const char16_t* aID,
-                         void* aReserved) override;
+    HRESULT DocumentCopy(const char16_t* aPrefix, IDocumentBase* aBase, const char16_t* aID, void* aReserved) override;
 
     // IDocumentImage
     HRESULT CanvasGet(TImageSize* aCanvas, TImageResolution* aResolution, TImagePoint* aContentOrigin,

@@ -17,9 +17,7 @@ inline int32_t FadeFactor(float aStrength) {
 }
 
 // 64-bit products: a strength beyond the item's range would overflow 32 bits.
-inline int64_t FadeMove(int32_t aOld, int32_t aNew, int32_t aF) {
-    return aOld + ((int64_t(aNew - aOld) * aF) >> 10);
-}
+inline int64_t FadeMove(int32_t aOld, int32_t aNew, int32_t aF) { return aOld + ((int64_t(aNew - aOld) * aF) >> 10); }
 
 inline TPixelChannel FadePixel(const uint16_t* aT, TPixelChannel aOld, TPixelChannel aNew, int32_t aF) {
     TPixelChannel out;

@@ -23,7 +23,8 @@ namespace {
 class CEnumItemCounter final : public CStackUnknown<IEnum2UInts> {
 public:
     HRESULT Consume(uint32_t aFirst, uint32_t aCount, const uint32_t*) override {
-        if (uint64_t(aFirst) + aCount > count) count = uint32_t(std::min<uint64_t>(uint64_t(aFirst) + aCount, UINT32_MAX));
+        if (uint64_t(aFirst) + aCount > count)
+            count = uint32_t(std::min<uint64_t>(uint64_t(aFirst) + aCount, UINT32_MAX));
         return S_OK;
     }
     uint32_t count = 0;
@@ -46,8 +47,8 @@ const CSchema<SReduceColorsSettings>& CDocumentOperationRasterImageReduceColors:
     return schema;
 }
 
-HRESULT CDocumentOperationRasterImageReduceColors::Activate(IOperationManager*, IDocument* aDocument,
-                                                            IConfig* aConfig, IOperationContext*, ZTHWND, uint32_t) {
+HRESULT CDocumentOperationRasterImageReduceColors::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
+                                                            IOperationContext*, ZTHWND, uint32_t) {
     return Guard([&]() -> HRESULT {
         const SReduceColorsSettings s = Schema().ReadSettings(aConfig);
         const uint32_t limit = uint32_t(s.colors < kLeastColors ? kLeastColors : s.colors);
@@ -59,8 +60,8 @@ HRESULT CDocumentOperationRasterImageReduceColors::Activate(IOperationManager*, 
         ComPtr<IColorQuantizer> quantizer = HostCreate<IColorQuantizer>(CLSID_ColorQuantizer);
         if (!quantizer) return E_POINTER;  // the host has no quantiser: the next call has no object
         const TPixelChannel* palette = nullptr;
-        HRESULT hr = quantizer->Init(limit, s.dither ? QUANTIZER_DITHER_DIFFUSION : QUANTIZER_DITHER_NONE, 0, 0,
-                                     &palette);
+        HRESULT hr =
+            quantizer->Init(limit, s.dither ? QUANTIZER_DITHER_DIFFUSION : QUANTIZER_DITHER_NONE, 0, 0, &palette);
         if (FAILED(hr)) return hr;
         image->Inspect(CHANNEL_COLOR, &content.origin, &content.size, quantizer, nullptr, ACCESS_MODE);
         CEnumItemCounter counter;
@@ -75,8 +76,7 @@ HRESULT CDocumentOperationRasterImageReduceColors::Activate(IOperationManager*, 
         if (FAILED(hr)) return hr;
         hr = quantizer->Process(&content.origin, &content.size, nullptr, uint32_t(count), pixels.get(), nullptr);
         if (FAILED(hr)) return hr;
-        return image->TileSet(CHANNEL_COLOR, &content.origin, &content.size, nullptr, uint32_t(count), pixels.get(),
-                              1);
+        return image->TileSet(CHANNEL_COLOR, &content.origin, &content.size, nullptr, uint32_t(count), pixels.get(), 1);
     });
 }
 

@@ -18,8 +18,8 @@ const CSchema<SShiftHueSettings>& CDocumentOperationRasterImageShiftHue::Schema(
     using S = SShiftHueSettings;
     static const CSchema<S> schema = {
         Ranged(u"Angle", &S::angle, u"[0409]Angle[0405]Úhel",
-               u"[0409]Angle to rotate hues in an image.[0405]Úhel, o který se otočí odstíny v obrázku.", 0.0f,
-               -180.0f, 180.0f, 1.0f),
+               u"[0409]Angle to rotate hues in an image.[0405]Úhel, o který se otočí odstíny v obrázku.", 0.0f, -180.0f,
+               180.0f, 1.0f),
     };
     return schema;
 }

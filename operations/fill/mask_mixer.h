@@ -2,8 +2,8 @@
 // visitor that AutoMask hands to Inspect over the result.
 #pragma once
 
-#include "frame/object.h"
 #include "frame/host.h"
+#include "frame/object.h"
 
 namespace zt {
 

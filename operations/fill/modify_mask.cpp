@@ -81,8 +81,8 @@ HRESULT Run(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig,
     pixels.clear();
     pixels.shrink_to_fit();
 
-    HRESULT hr = aManager->Activate(aManager, temporary, &inner.id.Raw(), inner.config, aContext, aParentWindow,
-                                    aLanguage);
+    HRESULT hr =
+        aManager->Activate(aManager, temporary, &inner.id.Raw(), inner.config, aContext, aParentWindow, aLanguage);
     if (FAILED(hr)) return hr;
 
     ComPtr<IDocumentRasterImage> result;

@@ -30,27 +30,28 @@ struct SCanvasSizeSettings {
 const CSchema<SCanvasSizeSettings>& CDocumentOperationRasterImageCanvasSize::Schema() {
     using S = SCanvasSizeSettings;
     static const CSchema<S> schema = [] {
-    const std::vector<SSchemaCondition> relative = {{u"Type", ECOCEqual, Long(0)}};
-    const std::vector<SSchemaCondition> absolute = {{u"Type", ECOCEqual, Long(1)}};
-    // Items the window keeps for itself: never shown.
-    const std::vector<SSchemaCondition> never = {{u"Type", ECOCLess, Long(-1000000)}};
-    return CSchema<S>{
-        PickOne(u"Type", &S::type, u"[0409]Size given as[0405]Určení velikosti",
+        const std::vector<SSchemaCondition> relative = {{u"Type", ECOCEqual, Long(0)}};
+        const std::vector<SSchemaCondition> absolute = {{u"Type", ECOCEqual, Long(1)}};
+        // Items the window keeps for itself: never shown.
+        const std::vector<SSchemaCondition> never = {{u"Type", ECOCLess, Long(-1000000)}};
+        return CSchema<S>{
+            PickOne(
+                u"Type", &S::type, u"[0409]Size given as[0405]Určení velikosti",
                 u"[0409]Controls how to specify the final canvas size.[0405]Určuje, jak se zadá výsledná "
                 u"velikost plátna.",
                 0,
                 {{0, "relative", u"[0409]Relative[0405]Relativní"}, {1, "absolute", u"[0409]Absolute[0405]Absolutní"}}),
-        Simple(u"DeltaX", &S::deltaX, u"[0409]Width delta[0405]Změna šířky", kDeltaHelp, 0, relative),
-        Simple(u"DeltaY", &S::deltaY, u"[0409]Height delta[0405]Změna výšky", kDeltaHelp, 0, relative),
-        Simple(u"SizeX", &S::sizeX, u"[0409]Width[0405]Šířka", kSizeHelp, 800, absolute),
-        Simple(u"SizeY", &S::sizeY, u"[0409]Height[0405]Výška", kSizeHelp, 600, absolute),
-        Simple(u"Align", &S::align, u"[0409]Image Position[0405]Umístění obrázku",
-               u"[0409]Controls the placement of the original image on the new canvas.[0405]Určuje umístění "
-               u"původního obrázku na novém plátně.",
-               SVectorF{0.0f, 0.0f, 0.0f}),
-        Simple(u"LastSizeX", &S::lastSizeX, u"", u"", 0, never),
-        Simple(u"LastSizeY", &S::lastSizeY, u"", u"", 0, never),
-    };
+            Simple(u"DeltaX", &S::deltaX, u"[0409]Width delta[0405]Změna šířky", kDeltaHelp, 0, relative),
+            Simple(u"DeltaY", &S::deltaY, u"[0409]Height delta[0405]Změna výšky", kDeltaHelp, 0, relative),
+            Simple(u"SizeX", &S::sizeX, u"[0409]Width[0405]Šířka", kSizeHelp, 800, absolute),
+            Simple(u"SizeY", &S::sizeY, u"[0409]Height[0405]Výška", kSizeHelp, 600, absolute),
+            Simple(u"Align", &S::align, u"[0409]Image Position[0405]Umístění obrázku",
+                   u"[0409]Controls the placement of the original image on the new canvas.[0405]Určuje umístění "
+                   u"původního obrázku na novém plátně.",
+                   SVectorF{0.0f, 0.0f, 0.0f}),
+            Simple(u"LastSizeX", &S::lastSizeX, u"", u"", 0, never),
+            Simple(u"LastSizeY", &S::lastSizeY, u"", u"", 0, never),
+        };
     }();
     return schema;
 }
@@ -142,12 +143,11 @@ HRESULT CDocumentOperationRasterImageCanvasSize::Name(IOperationManager*, IConfi
         using S = SCanvasSizeSettings;
         if (Schema().Read(aConfig, &S::type) == 0) {
             const S s = Schema().ReadSettings(aConfig, &S::deltaX, &S::deltaY);
-            return HandOut(TwoNumbers(u"[0409]Adjust size by %i, %i[0405]Upravit velikost o %i, %i", s.deltaX, s.deltaY),
-                           aName);
+            return HandOut(
+                TwoNumbers(u"[0409]Adjust size by %i, %i[0405]Upravit velikost o %i, %i", s.deltaX, s.deltaY), aName);
         }
         const S s = Schema().ReadSettings(aConfig, &S::sizeX, &S::sizeY);
-        return HandOut(TwoNumbers(u"[0409]Set size to %ix%i[0405]Nastavit velikost na %ix%i", s.sizeX, s.sizeY),
-                       aName);
+        return HandOut(TwoNumbers(u"[0409]Set size to %ix%i[0405]Nastavit velikost na %ix%i", s.sizeX, s.sizeY), aName);
     });
 }
 

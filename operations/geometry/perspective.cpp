@@ -121,8 +121,15 @@ void SquareToQuad(const double q[8], double m[9]) {
         return;
     }
     const double u = (dy2 * dx - dx2 * dy) / den, v = (dx1 * dy - dy1 * dx) / den;
-    const double r[9] = {q[2] - q[0] + u * q[2], q[3] - q[1] + u * q[3], u, q[6] - q[0] + v * q[6],
-                         q[7] - q[1] + v * q[7], v, q[0], q[1], 1};
+    const double r[9] = {q[2] - q[0] + u * q[2],
+                         q[3] - q[1] + u * q[3],
+                         u,
+                         q[6] - q[0] + v * q[6],
+                         q[7] - q[1] + v * q[7],
+                         v,
+                         q[0],
+                         q[1],
+                         1};
     for (int i = 0; i < 9; ++i) m[i] = r[i];
 }
 
@@ -165,8 +172,8 @@ bool PerspectiveMatrix(const float aPoints[8], uint32_t aW, uint32_t aH, TMatrix
 
 TMatrix3x3f AffineMatrix(float aAngle, const float aScale[2], const float aTranslation[2], uint32_t aW, uint32_t aH) {
     const float s = std::sin(aAngle), c = std::cos(aAngle);
-    const float M[9] = {aScale[0] * c, aScale[0] * s, 0, -s * aScale[1], aScale[1] * c, 0, aTranslation[0],
-                        aTranslation[1], 1};
+    const float M[9] = {aScale[0] * c,   aScale[0] * s,   0, -s * aScale[1], aScale[1] * c, 0,
+                        aTranslation[0], aTranslation[1], 1};
     const float T[9] = {1, 0, 0, 0, 1, 0, float(aW) * -0.5f, float(aH) * -0.5f, 1};
     TMatrix3x3f r;
     transform::Multiply3x3<float>(T, M, r.m);
@@ -202,8 +209,7 @@ HRESULT CDocumentOperationRasterImagePerspective::Activate(IOperationManager*, I
     });
 }
 
-HRESULT CDocumentOperationRasterImagePerspective::Name(IOperationManager*, IConfig* aConfig,
-                                                       ILocalizedString** aName) {
+HRESULT CDocumentOperationRasterImagePerspective::Name(IOperationManager*, IConfig* aConfig, ILocalizedString** aName) {
     return GuardOut(aName, [&] {
         if (!aConfig) return HandOut(MultiLanguage(kTransformation), aName);
         float p[8];

@@ -30,8 +30,8 @@ struct SPolarSettings {
 const CSchema<SPolarSettings>& CRasterImagePolarTransformation::Schema() {
     static const CSchema<SPolarSettings> schema = {
         PickOne(u"Direction", &SPolarSettings::direction, u"[0409]Direction[0405]Směr",
-                u"[0409]Direction of the pixel coordinates transformation.[0405]Směr transformace souřadnic pixelů.",
-                1, {{1, "topolar", kToPolar}, {0, "tocartesian", kToCartesian}}),
+                u"[0409]Direction of the pixel coordinates transformation.[0405]Směr transformace souřadnic pixelů.", 1,
+                {{1, "topolar", kToPolar}, {0, "tocartesian", kToCartesian}}),
     };
     return schema;
 }
@@ -115,16 +115,15 @@ HRESULT CRasterImagePolarTransformation::Activate(IOperationManager*, IDocument*
                             nullptr, ACCESS_MODE);
         if (FAILED(hr)) return hr;
         PolarTransform(source.data(), canvas.nX, canvas.nY, direction, target.data());
-        return image->TileSet(CHANNEL_COLOR, &origin, &canvas, &stride, static_cast<uint32_t>(count), target.data(),
-                              0);
+        return image->TileSet(CHANNEL_COLOR, &origin, &canvas, &stride, static_cast<uint32_t>(count), target.data(), 0);
     });
 }
 
 HRESULT CRasterImagePolarTransformation::Name(IOperationManager*, IConfig* aConfig, ILocalizedString** aName) {
     return GuardOut(aName, [&] {
-        if (!aConfig)
-            return HandOut(MultiLanguage(u"[0409]Polar transformation[0405]Polární transformace"), aName);
-        return HandOut(MultiLanguage(Schema().Read(aConfig, &SPolarSettings::direction) == 1 ? kToPolar : kToCartesian), aName);
+        if (!aConfig) return HandOut(MultiLanguage(u"[0409]Polar transformation[0405]Polární transformace"), aName);
+        return HandOut(MultiLanguage(Schema().Read(aConfig, &SPolarSettings::direction) == 1 ? kToPolar : kToCartesian),
+                       aName);
     });
 }
 

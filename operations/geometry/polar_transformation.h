@@ -8,8 +8,7 @@
 namespace zt {
 
 // aDirection 1: cartesian to polar, otherwise polar to cartesian. Both arrays W x H, rows tight.
-void PolarTransform(const TPixelChannel* aSource, uint32_t aW, uint32_t aH, int32_t aDirection,
-                    TPixelChannel* aTarget);
+void PolarTransform(const TPixelChannel* aSource, uint32_t aW, uint32_t aH, int32_t aDirection, TPixelChannel* aTarget);
 // The sample position of one target pixel, in pixels.
 void PolarSamplePosition(uint32_t aW, uint32_t aH, int32_t aDirection, uint32_t aX, uint32_t aY, float* aSX,
                          float* aSY);

@@ -81,8 +81,8 @@ HRESULT Layered(IDocument* aDocument, IDocumentLayeredImage* aLayers, const SSet
     if (right <= left) right = left + 1;
     if (bottom <= top) bottom = top + 1;
     const int32_t x0 = left + int32_t(most.nX >> 1), y0 = top + int32_t(most.nY >> 1);
-    const SBorderFit fit = FitBorder(x0, y0, uint32_t(right - left), uint32_t(bottom - top), s.relSize, s.alignX,
-                                     s.alignY, s.square);
+    const SBorderFit fit =
+        FitBorder(x0, y0, uint32_t(right - left), uint32_t(bottom - top), s.relSize, s.alignX, s.alignY, s.square);
     if (fit.width == most.nX && fit.height == most.nY && fit.tx == 0 && fit.ty == 0) return S_OK;
     const TImageSize size{fit.width, fit.height};
     const TMatrix3x3f matrix = {{1, 0, 0, 0, 1, 0, float(fit.tx), float(fit.ty), 1}};
@@ -96,8 +96,8 @@ HRESULT Layered(IDocument* aDocument, IDocumentLayeredImage* aLayers, const SSet
 }
 }  // namespace
 
-SBorderFit FitBorder(int32_t aX0, int32_t aY0, uint32_t aCW, uint32_t aCH, float aRelSize, float aAlignX,
-                     float aAlignY, bool aSquare) {
+SBorderFit FitBorder(int32_t aX0, int32_t aY0, uint32_t aCW, uint32_t aCH, float aRelSize, float aAlignX, float aAlignY,
+                     bool aSquare) {
     SBorderFit f;
     f.width = ToSize(float(aCW) * 100.0f / aRelSize + 0.5f);
     f.height = ToSize(float(aCH) * 100.0f / aRelSize + 0.5f);
@@ -115,8 +115,8 @@ HRESULT CDocumentOperationRasterImageRemoveBorder::CanActivate(IOperationManager
     return CanActivateOnImageOrLayers(aDocument);
 }
 
-HRESULT CDocumentOperationRasterImageRemoveBorder::Activate(IOperationManager*, IDocument* aDocument,
-                                                            IConfig* aConfig, IOperationContext*, ZTHWND, uint32_t) {
+HRESULT CDocumentOperationRasterImageRemoveBorder::Activate(IOperationManager*, IDocument* aDocument, IConfig* aConfig,
+                                                            IOperationContext*, ZTHWND, uint32_t) {
     return Guard([&]() -> HRESULT {
         const SSettings s = Schema().ReadSettings(aConfig);
         if (ComPtr<IDocumentLayeredImage> layered = LayeredImageOf(aDocument)) return Layered(aDocument, layered, s);
@@ -127,8 +127,8 @@ HRESULT CDocumentOperationRasterImageRemoveBorder::Activate(IOperationManager*, 
         HRESULT hr = image->CanvasGet(&canvas, nullptr, &origin, &size, nullptr);
         if (FAILED(hr)) return hr;
         if (size.nX == 0 || size.nY == 0) return S_FALSE;
-        const SBorderFit fit = FitBorder(origin.nX, origin.nY, size.nX, size.nY, s.relSize, s.alignX, s.alignY,
-                                         s.square);
+        const SBorderFit fit =
+            FitBorder(origin.nX, origin.nY, size.nX, size.nY, s.relSize, s.alignX, s.alignY, s.square);
         // The test compares offsetX with x0 but ty with 0: kept as it has always been.
         if (fit.width == canvas.nX && fit.height == canvas.nY && fit.offsetX == origin.nX && fit.ty == 0)
             return S_FALSE;
@@ -147,7 +147,8 @@ HRESULT CDocumentOperationRasterImageRemoveBorder::Name(IOperationManager*, ICon
         ReadValue(aConfig, Schema().KeyOf(&SSettings::relSize), percent);
         ComPtr<ILocalizedString> text =
             Printf(MultiLanguage(u"[0409]Object size %i%%[0405]Velikost objektu %i%%"), nullptr, percent);
-        if (Schema().Read(aConfig, &SSettings::square)) text = Printf(SimpleText(u"%s - %s"), text, MultiLanguage(kSquare));
+        if (Schema().Read(aConfig, &SSettings::square))
+            text = Printf(SimpleText(u"%s - %s"), text, MultiLanguage(kSquare));
         return HandOut(text, aName);
     });
 }

@@ -12,8 +12,8 @@ struct SBorderFit {
     int32_t offsetX, offsetY;
     int32_t tx, ty;  // moves the content to its new place
 };
-SBorderFit FitBorder(int32_t aX0, int32_t aY0, uint32_t aCW, uint32_t aCH, float aRelSize, float aAlignX,
-                     float aAlignY, bool aSquare);
+SBorderFit FitBorder(int32_t aX0, int32_t aY0, uint32_t aCW, uint32_t aCH, float aRelSize, float aAlignX, float aAlignY,
+                     bool aSquare);
 
 struct SRemoveBorderSettings;
 

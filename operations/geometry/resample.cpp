@@ -59,11 +59,11 @@ const CSchema<SResampleSettings>& CDocumentOperationRasterImageResample::Schema(
                    u"v pixelech.",
                    256, {{u"Mode", ECOCGreaterEqual, Long(2)}, {u"Mode", ECOCLessEqual, Long(5)}}),
             Simple(u"SizeX", &S::sizeX, u"[0409]Width[0405]Šířka",
-                   u"[0409]Width of the resized image in pixels[0405]Šířka obrázku po změně velikosti v pixelech",
-                   256, {{u"Mode", ECOCGreaterEqual, Long(10)}, {u"Mode", ECOCLessEqual, Long(14)}}),
+                   u"[0409]Width of the resized image in pixels[0405]Šířka obrázku po změně velikosti v pixelech", 256,
+                   {{u"Mode", ECOCGreaterEqual, Long(10)}, {u"Mode", ECOCLessEqual, Long(14)}}),
             Simple(u"SizeY", &S::sizeY, u"[0409]Height[0405]Výška",
-                   u"[0409]Height of the resized image in pixels[0405]Výška obrázku po změně velikosti v pixelech",
-                   256, {{u"Mode", ECOCGreaterEqual, Long(10)}, {u"Mode", ECOCLessEqual, Long(14)}}),
+                   u"[0409]Height of the resized image in pixels[0405]Výška obrázku po změně velikosti v pixelech", 256,
+                   {{u"Mode", ECOCGreaterEqual, Long(10)}, {u"Mode", ECOCLessEqual, Long(14)}}),
             PickOne(u"Method", &S::method, u"[0409]Method[0405]Metoda",
                     u"[0409]Method used to zoom pixels in or out.[0405]Metoda použitá ke zvětšení nebo zmenšení "
                     u"pixelů.",
@@ -118,9 +118,10 @@ HRESULT ResampleOne(IDocument* aDocument, IConfig* aConfig) {
     const int32_t resolutionMode = schema.Read(aConfig, &S::resolutionMode);
     const float dpi = resolutionMode == 2 ? schema.Read(aConfig, &S::resolution) : 0.0f;
     const TImageResolution newResolution = ResampleResolution(resolution, resolutionMode, canvas.nX, s.newW, dpi);
-    const bool resolutionChanged =
-        newResolution.nNumeratorX != resolution.nNumeratorX || newResolution.nDenominatorX != resolution.nDenominatorX ||
-        newResolution.nNumeratorY != resolution.nNumeratorY || newResolution.nDenominatorY != resolution.nDenominatorY;
+    const bool resolutionChanged = newResolution.nNumeratorX != resolution.nNumeratorX ||
+                                   newResolution.nDenominatorX != resolution.nDenominatorX ||
+                                   newResolution.nNumeratorY != resolution.nNumeratorY ||
+                                   newResolution.nDenominatorY != resolution.nDenominatorY;
     const TImageResolution* resolutionArg = resolutionChanged ? &newResolution : nullptr;
 
     if (s.newW == canvas.nX && s.newH == canvas.nY && s.canvasW == canvas.nX && s.canvasH == canvas.nY) {

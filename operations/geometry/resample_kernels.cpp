@@ -75,11 +75,15 @@ void CubicWeights(uint32_t aS, double aPos, uint32_t aW[4]) {
         for (int j = 0; j < 4; ++j) f[j] = exact[j] - aW[j];
         int pick;
         if (f[0] > f[1]) {
-            if (f[2] > f[3]) pick = f[2] > f[0] ? 2 : 0;
-            else pick = f[3] > f[0] ? 3 : 0;
+            if (f[2] > f[3])
+                pick = f[2] > f[0] ? 2 : 0;
+            else
+                pick = f[3] > f[0] ? 3 : 0;
         } else {
-            if (f[2] > f[3]) pick = f[2] > f[1] ? 2 : 1;
-            else pick = f[3] > f[1] ? 3 : 1;
+            if (f[2] > f[3])
+                pick = f[2] > f[1] ? 2 : 1;
+            else
+                pick = f[3] > f[1] ? 3 : 1;
         }
         ++aW[pick];
         exact[pick] = aW[pick];
@@ -179,7 +183,12 @@ class CCoverage {
 public:
     CCoverage(const TPixelChannel* aSource, TImageSize aSourceSize, uint32_t aSourceRow, TPixelChannel* aTarget,
               TImageSize aTargetSize, uint32_t aTargetRow, bool aCubic, const SGammaTables* aGamma)
-        : src_(aSource), ss_(aSourceSize), srow_(aSourceRow), dst_(aTarget), ds_(aTargetSize), drow_(aTargetRow),
+        : src_(aSource),
+          ss_(aSourceSize),
+          srow_(aSourceRow),
+          dst_(aTarget),
+          ds_(aTargetSize),
+          drow_(aTargetRow),
           g_(aGamma) {
         fx_ = ChooseFilter(ss_.nX, ds_.nX, aCubic);
         fy_ = ChooseFilter(ss_.nY, ds_.nY, aCubic);
@@ -522,8 +531,8 @@ void NearestTile(SNearestSteps aSteps, TPixelChannel aFill, const SSourcePixels&
             continue;
         }
         // Centre sampling can land one past the last row or column: keep it on the edge.
-        const int64_t sr = std::clamp<int64_t>(((y * stepY + stepY / 2) >> 28) - aSource.origin.nY, 0,
-                                               int64_t(aSource.size.nY) - 1);
+        const int64_t sr =
+            std::clamp<int64_t>(((y * stepY + stepY / 2) >> 28) - aSource.origin.nY, 0, int64_t(aSource.size.nY) - 1);
         const TPixelChannel* s = aSource.Row(size_t(sr));
         for (uint32_t i = 0; i < aTarget.size.nX; ++i) {
             const int64_t x = int64_t(aTarget.origin.nX) + i;

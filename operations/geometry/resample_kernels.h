@@ -54,8 +54,8 @@ private:
     const uint32_t* t_;
     const uint32_t* end_;
     uint32_t last_;
-    uint32_t next_;       // the next source to enter the window
-    uint32_t left_ = 0;   // targets left in the current group
+    uint32_t next_;      // the next source to enter the window
+    uint32_t left_ = 0;  // targets left in the current group
     bool first_ = true;
     uint32_t window_[4] = {0, 0, 0, 0};
 };
@@ -134,7 +134,6 @@ inline bool CFilterReader::Next(STaps& aTaps) {
     }
 }
 
-
 // ---- gamma tables of one resampling
 
 struct SGammaTables {
@@ -162,8 +161,7 @@ struct SNearestSteps {
     int64_t x, y;
 };
 SNearestSteps NearestSteps(const TMatrix3x3f& aMatrix);
-void NearestTile(SNearestSteps aSteps, TPixelChannel aFill, const SSourcePixels& aSource,
-                 const STargetPixels& aTarget);
+void NearestTile(SNearestSteps aSteps, TPixelChannel aFill, const SSourcePixels& aSource, const STargetPixels& aTarget);
 
 // Coverage: the whole image resampled at once when the tile is the whole image at the origin,
 // otherwise the tile is placed in a whole image of aFill, resampled, and the target cut out

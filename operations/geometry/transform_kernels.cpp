@@ -161,11 +161,17 @@ void RotateTile(float aGamma, TPixelChannel aFill, const TMatrix3x3f& aMatrix, c
     auto copy = [&](auto&& pick) { CopyMapped(aFill, aSource, aTarget, pick); };
     if (m[0] == 0 && m[1] == 1 && m[3] == -1 && m[4] == 0 && Whole(m[6]) && Whole(m[7])) {
         const int64_t t6 = int64_t(m[6]), t7 = int64_t(m[7]);
-        return copy([&](int64_t x, int64_t y, int64_t& sx, int64_t& sy) { sx = y - t7; sy = t6 - 1 - x; });
+        return copy([&](int64_t x, int64_t y, int64_t& sx, int64_t& sy) {
+            sx = y - t7;
+            sy = t6 - 1 - x;
+        });
     }
     if (m[0] == 0 && m[1] == -1 && m[3] == 1 && m[4] == 0 && Whole(m[6]) && Whole(m[7])) {
         const int64_t t6 = int64_t(m[6]), t7 = int64_t(m[7]);
-        return copy([&](int64_t x, int64_t y, int64_t& sx, int64_t& sy) { sx = t7 - 1 - y; sy = x - t6; });
+        return copy([&](int64_t x, int64_t y, int64_t& sx, int64_t& sy) {
+            sx = t7 - 1 - y;
+            sy = x - t6;
+        });
     }
     if (m[0] == -1 && m[1] == 0 && m[3] == 0 && m[4] == -1 && aSource.size.nX == aTarget.size.nX &&
         aSource.size.nY == aTarget.size.nY) {
@@ -250,12 +256,18 @@ void TransformTile(float aGamma, TPixelChannel aFill, const TMatrix3x3f& aMatrix
     if (m[0] == -1 && m[1] == 0 && m[2] == 0 && m[3] == 0 && m[4] == 1 && m[5] == 0 && Whole(m[6]) && m[7] == 0 &&
         m[8] == 1) {
         const int64_t t6 = int64_t(m[6]);
-        return copy([&](int64_t x, int64_t y, int64_t& sx, int64_t& sy) { sx = t6 - 1 - x; sy = y; });
+        return copy([&](int64_t x, int64_t y, int64_t& sx, int64_t& sy) {
+            sx = t6 - 1 - x;
+            sy = y;
+        });
     }
     if (m[0] == 1 && m[1] == 0 && m[2] == 0 && m[3] == 0 && m[4] == -1 && m[5] == 0 && m[6] == 0 && Whole(m[7]) &&
         m[8] == 1) {
         const int64_t t7 = int64_t(m[7]);
-        return copy([&](int64_t x, int64_t y, int64_t& sx, int64_t& sy) { sx = x; sy = t7 - 1 - y; });
+        return copy([&](int64_t x, int64_t y, int64_t& sx, int64_t& sy) {
+            sx = x;
+            sy = t7 - 1 - y;
+        });
     }
     float inverse[9];
     Invert3x3<float>(m, inverse);

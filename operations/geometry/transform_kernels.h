@@ -24,7 +24,7 @@ struct SSampler {
     // The source converted once, with a frame of one default pixel all round, so that a
     // window overlapping the edge reads the default without a test per pixel.
     std::vector<uint16_t> padded;
-    size_t paddedRow = 0;  // in pixels
+    size_t paddedRow = 0;              // in pixels
     std::vector<uint64_t> reciprocal;  // 2^48 / alpha + 1 for every 16-bit alpha
 
     void Init(float aGamma, TPixelChannel aDefault, const SSourcePixels& aSource);
@@ -70,7 +70,8 @@ template <class R>
 void Multiply3x3(const R aA[9], const R aB[9], R aOut[9]) {
     R r[9];
     for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) r[3 * i + j] = aA[3 * i] * aB[j] + aA[3 * i + 1] * aB[3 + j] + aA[3 * i + 2] * aB[6 + j];
+        for (int j = 0; j < 3; ++j)
+            r[3 * i + j] = aA[3 * i] * aB[j] + aA[3 * i + 1] * aB[3 + j] + aA[3 * i + 2] * aB[6 + j];
     for (int i = 0; i < 9; ++i) aOut[i] = r[i];
 }
 

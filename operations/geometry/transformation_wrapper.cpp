@@ -11,8 +11,7 @@ namespace zt {
 
 // ---------------------------------------------------------------- perspective
 
-CTransformationWrapper::CTransformationWrapper(uint32_t aSizeX, uint32_t aSizeY, uint32_t aMode,
-                                               const float aPoints[8])
+CTransformationWrapper::CTransformationWrapper(uint32_t aSizeX, uint32_t aSizeY, uint32_t aMode, const float aPoints[8])
     : sizeX_(aSizeX), sizeY_(aSizeY), mode_(aMode) {
     for (int i = 0; i < 8; ++i) points_[i] = aPoints[i];
 }
@@ -73,7 +72,10 @@ HRESULT CTransformationWrapper::ToConfig(IConfig* aConfig) {
 
 CTransformationWrapperAffine::CTransformationWrapperAffine(uint32_t aSizeX, uint32_t aSizeY, const float aScale[2],
                                                            float aAngle, const float aTranslation[2])
-    : sizeX_(aSizeX), sizeY_(aSizeY), scale_{aScale[0], aScale[1]}, angle_(aAngle),
+    : sizeX_(aSizeX),
+      sizeY_(aSizeY),
+      scale_{aScale[0], aScale[1]},
+      angle_(aAngle),
       translation_{aTranslation[0], aTranslation[1]} {}
 
 void CTransformationWrapperAffine::Centre(float aOut[2]) const {
@@ -87,10 +89,22 @@ void CTransformationWrapperAffine::Corner(uint32_t aIndex, float aOut[2]) const 
     float C[2];
     Centre(C);
     switch (aIndex & 3) {
-        case 0: aOut[0] = C[0] + (-hw * c + hh * s); aOut[1] = C[1] + (-hw * s - hh * c); break;
-        case 1: aOut[0] = C[0] + (hw * c + hh * s); aOut[1] = C[1] + (hw * s - hh * c); break;
-        case 2: aOut[0] = C[0] + (hw * c - hh * s); aOut[1] = C[1] + (hw * s + hh * c); break;
-        default: aOut[0] = C[0] + (-hw * c - hh * s); aOut[1] = C[1] + (-hw * s + hh * c); break;
+        case 0:
+            aOut[0] = C[0] + (-hw * c + hh * s);
+            aOut[1] = C[1] + (-hw * s - hh * c);
+            break;
+        case 1:
+            aOut[0] = C[0] + (hw * c + hh * s);
+            aOut[1] = C[1] + (hw * s - hh * c);
+            break;
+        case 2:
+            aOut[0] = C[0] + (hw * c - hh * s);
+            aOut[1] = C[1] + (hw * s + hh * c);
+            break;
+        default:
+            aOut[0] = C[0] + (-hw * c - hh * s);
+            aOut[1] = C[1] + (-hw * s + hh * c);
+            break;
     }
 }
 
@@ -176,7 +190,7 @@ HRESULT CTransformationWrapperAffine::SetControlPoint(uint32_t aIndex, const flo
             translation[1] = M[1] + projected[1] / 2 - halfY;
         }
         *aNew = CComObject<CTransformationWrapperAffine>::Create<ICanvasInteractingWrapper>(sizeX_, sizeY_, scale,
-                                                                                             angle, translation);
+                                                                                            angle, translation);
         return S_OK;
     });
 }
@@ -206,7 +220,7 @@ HRESULT CTransformationWrapperAffine::ToConfig(IConfig* aConfig) {
     s.scale = {scale_[0], scale_[1], 0.0f};
     s.translation = {translation_[0], translation_[1], 0.0f};
     return CDocumentOperationRasterImagePerspective::Schema().WriteSettings(aConfig, s, &S::mode, &S::angle, &S::scale,
-                                                                             &S::translation);
+                                                                            &S::translation);
 }
 
 }  // namespace zt

@@ -42,14 +42,15 @@ HRESULT Transform(const STile& t) {
 
 }  // namespace
 
-#define ZT_TILE_ARGS                                                                                              \
-    uint32_t aChannelCount, float aGamma, const TPixelChannel *aDefault, const TMatrix3x3f *aMatrix,               \
+#define ZT_TILE_ARGS                                                                                                 \
+    uint32_t aChannelCount, float aGamma, const TPixelChannel *aDefault, const TMatrix3x3f *aMatrix,                 \
         const TPixelChannel *aSource, TImagePoint aSourceOrigin, TImageSize aSourceSize, TImageStride aSourceStride, \
         TPixelChannel *aTarget, TImagePoint aTargetOrigin, TImageSize aTargetSize, TImageStride aTargetStride
-#define ZT_TILE                                                                                       \
-    STile {                                                                                           \
-        aChannelCount, aGamma, aDefault, aMatrix, {aSource, aSourceOrigin, aSourceSize, aSourceStride}, \
-            {aTarget, aTargetOrigin, aTargetSize, aTargetStride}                                        \
+#define ZT_TILE                                                                                           \
+    STile {                                                                                               \
+        aChannelCount, aGamma, aDefault, aMatrix, {aSource, aSourceOrigin, aSourceSize, aSourceStride}, { \
+            aTarget, aTargetOrigin, aTargetSize, aTargetStride                                            \
+        }                                                                                                 \
     }
 
 HRESULT CResamplingHelperNearest::ProcessTile(ZT_TILE_ARGS) {

@@ -7,9 +7,9 @@
 
 namespace zt {
 
-constexpr uint32_t kChamferStep = 256;     // 256 x 1
-constexpr uint32_t kChamferDiagonal = 362; // 256 x sqrt 2, rounded down
-constexpr uint32_t kChamferKnight = 572;   // 256 x sqrt 5, rounded down
+constexpr uint32_t kChamferStep = 256;      // 256 x 1
+constexpr uint32_t kChamferDiagonal = 362;  // 256 x sqrt 2, rounded down
+constexpr uint32_t kChamferKnight = 572;    // 256 x sqrt 5, rounded down
 
 // aMap holds aWidth x aHeight cells, rows tight. Cells of 0 are seeds and stay 0; every other
 // cell becomes the least of itself and its neighbours plus their weights, in a forward sweep

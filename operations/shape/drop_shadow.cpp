@@ -72,8 +72,7 @@ struct SReaches {
     int64_t left, top, right, bottom;
 };
 SReaches Reaches(float aSize, float aOffsetX, float aOffsetY) {
-    return {ReachOf(aSize - aOffsetX), ReachOf(aSize - aOffsetY), ReachOf(aSize + aOffsetX),
-            ReachOf(aSize + aOffsetY)};
+    return {ReachOf(aSize - aOffsetX), ReachOf(aSize - aOffsetY), ReachOf(aSize + aOffsetX), ReachOf(aSize + aOffsetY)};
 }
 SReaches ReachesOf(IConfig* aConfig) {
     using S = SDropShadowSettings;

@@ -66,12 +66,18 @@ void RemoveInteriorCoverage(const TPixelChannel* aPixels, uint32_t aWidth, uint3
                     const int64_t col = x + dx;
                     const int64_t d2 = dx * dx + dy * dy;
                     if (col < 0 || col >= w) {
-                        if (dx * dx <= lim) { stays = true; break; }
+                        if (dx * dx <= lim) {
+                            stays = true;
+                            break;
+                        }
                         continue;
                     }
                     if (rowOut) continue;
                     const uint8_t alpha = line[col].bA;
-                    if ((alpha == 0 && d2 <= lim) || (alpha == 255 && d2 <= 2)) { stays = true; break; }
+                    if ((alpha == 0 && d2 <= lim) || (alpha == 255 && d2 <= 2)) {
+                        stays = true;
+                        break;
+                    }
                 }
             }
             if (!stays) lose[at] = 1;
@@ -143,7 +149,8 @@ void ConvolveShadow(const uint32_t* aIn, uint32_t* aOut, uint32_t aWidth, uint32
     for (size_t i = 0, n = size_t(aWidth) * aHeight; i < n; ++i) peak = std::max(peak, aIn[i]);
     // After the horizontal pass a sum can pass 32 bits; 64-bit sums are taken only then.
     const bool wide = uint64_t(peak) * aKernel.sum > UINT32_MAX;
-    if (!aVertical && !wide) ConvolveRows(aIn, aOut, aWidth, aHeight, aKernel);
+    if (!aVertical && !wide)
+        ConvolveRows(aIn, aOut, aWidth, aHeight, aKernel);
     else if (!aVertical) {
         // Rows of values above 255 do not occur in the shadow; transpose-free fallback.
         for (uint32_t y = 0; y < aHeight; ++y) {
@@ -158,8 +165,10 @@ void ConvolveShadow(const uint32_t* aIn, uint32_t* aOut, uint32_t aWidth, uint32
                 out[x] = static_cast<uint32_t>(sum >> 8);
             }
         }
-    } else if (wide) ConvolveColumns<uint64_t>(aIn, aOut, aWidth, aHeight, aKernel);
-    else ConvolveColumns<uint32_t>(aIn, aOut, aWidth, aHeight, aKernel);
+    } else if (wide)
+        ConvolveColumns<uint64_t>(aIn, aOut, aWidth, aHeight, aKernel);
+    else
+        ConvolveColumns<uint32_t>(aIn, aOut, aWidth, aHeight, aKernel);
 }
 
 uint32_t ShadowScale(uint32_t aSumH, uint32_t aSumV) {
@@ -296,8 +305,7 @@ void DropShadow(TPixelChannel* aPixels, uint32_t aWidth, uint32_t aHeight, const
 
     std::unique_ptr<uint32_t[]> coverage(new uint32_t[count]);
     std::unique_ptr<uint32_t[]> scratch(new uint32_t[count]);
-    for (size_t i = 0; i < count; ++i)
-        coverage[i] = aMask ? (uint32_t(aPixels[i].bA) * aMask[i]) >> 8 : aPixels[i].bA;
+    for (size_t i = 0; i < count; ++i) coverage[i] = aMask ? (uint32_t(aPixels[i].bA) * aMask[i]) >> 8 : aPixels[i].bA;
     if (aParams.type == 1) RemoveInteriorCoverage(aPixels, aWidth, aHeight, x, coverage.get());
 
     const SShadowKernel kh = MakeShadowKernel(x, aParams.shiftX, false);

@@ -28,8 +28,7 @@ struct SOutlineSettings {
 const CSchema<SOutlineSettings>& CDocumentOperationRasterImageOutlines::Schema() {
     using S = SOutlineSettings;
     static const CSchema<S> schema = {
-        Simple(u"Width", &S::width, u"[0409]Width[0405]Šířka", u"[0409]Width of the outline.[0405]Šířka obrysu.",
-               2.0f),
+        Simple(u"Width", &S::width, u"[0409]Width[0405]Šířka", u"[0409]Width of the outline.[0405]Šířka obrysu.", 2.0f),
         PickOne(u"Position", &S::position, u"[0409]Position[0405]Umístění",
                 u"[0409]Defines, where to place the outline.[0405]Určuje, kam se obrys umístí.", 1,
                 {{0, "inside", u"[0409]Inside[0405]Uvnitř"},
@@ -92,8 +91,8 @@ HRESULT Run(IDocument* aDocument, IConfig* aConfig) {
     const TImagePoint at = work.Origin();
     const TImageSize size = work.Size();
     const TImageStride stride{1, size.nX};
-    HRESULT hr = image->TileGet(CHANNEL_COLOR, &at, &size, &stride, uint32_t(count), pixels.data(), nullptr,
-                                ACCESS_MODE);
+    HRESULT hr =
+        image->TileGet(CHANNEL_COLOR, &at, &size, &stride, uint32_t(count), pixels.data(), nullptr, ACCESS_MODE);
     if (FAILED(hr)) return hr;
     Outline(pixels.data(), size.nX, size.nY, params, tables);
     return image->TileSet(CHANNEL_COLOR, &at, &size, &stride, uint32_t(count), pixels.data(), 1);

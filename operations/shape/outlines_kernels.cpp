@@ -45,9 +45,12 @@ void SeedOutlineMaps(const TPixelChannel* aPixels, uint32_t aWidth, uint32_t aHe
         uint32_t* b = aB + size_t(y + 1) * (aWidth + 2) + 1;
         for (uint32_t x = 0; x < aWidth; ++x) {
             const uint32_t alpha = row[x].bA;
-            if (alpha == 0) a[x] = 0, b[x] = aFar;
-            else if (alpha == 255) a[x] = aFar, b[x] = 0;
-            else a[x] = alpha, b[x] = 255 - alpha;
+            if (alpha == 0)
+                a[x] = 0, b[x] = aFar;
+            else if (alpha == 255)
+                a[x] = aFar, b[x] = 0;
+            else
+                a[x] = alpha, b[x] = 255 - alpha;
         }
     }
 }

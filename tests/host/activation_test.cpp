@@ -72,8 +72,7 @@ TEST(Activation, AggregationAndANullOutPointerAreRefused) {
     EXPECT_EQ(ZTCoCreateInstance(CLSID_ThreadPool, &gFakeTask, ZT_CREATE_CONTEXT, IThreadPool::iid, &object),
               CLASS_E_NOAGGREGATION);
     EXPECT_EQ(object, nullptr);
-    EXPECT_EQ(ZTCoCreateInstance(CLSID_ThreadPool, nullptr, ZT_CREATE_CONTEXT, IThreadPool::iid, nullptr),
-              E_POINTER);
+    EXPECT_EQ(ZTCoCreateInstance(CLSID_ThreadPool, nullptr, ZT_CREATE_CONTEXT, IThreadPool::iid, nullptr), E_POINTER);
 }
 
 TEST(Activation, TheHostServicesAreThereFromTheStart) {

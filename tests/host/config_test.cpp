@@ -131,12 +131,18 @@ TEST(Config, ConditionsCompareLongsStringsBoolsAndClassIds) {
         TConfigValue value;
         bool holds;
     } cases[] = {
-        {u"Count", ECOCNotEqual, Long(4), true},       {u"Count", ECOCNotEqual, Long(5), false},
-        {u"Count", ECOCLess, Long(5), false},          {u"Count", ECOCLess, Long(6), true},
-        {u"Count", ECOCGreater, Long(4), true},        {u"Count", ECOCGreaterEqual, Long(5), true},
-        {u"Count", ECOCGreaterEqual, Long(6), false},  {u"Word", ECOCGreater, alpha.v, true},
-        {u"Word", ECOCEqual, alpha.v, false},          {u"Flag", ECOCEqual, Bool(false), true},
-        {u"Id", ECOCEqual, Guid(CLSID_ThreadPool), true}, {u"Id", ECOCNotEqual, Guid(CLSID_ThreadPool), false},
+        {u"Count", ECOCNotEqual, Long(4), true},
+        {u"Count", ECOCNotEqual, Long(5), false},
+        {u"Count", ECOCLess, Long(5), false},
+        {u"Count", ECOCLess, Long(6), true},
+        {u"Count", ECOCGreater, Long(4), true},
+        {u"Count", ECOCGreaterEqual, Long(5), true},
+        {u"Count", ECOCGreaterEqual, Long(6), false},
+        {u"Word", ECOCGreater, alpha.v, true},
+        {u"Word", ECOCEqual, alpha.v, false},
+        {u"Flag", ECOCEqual, Bool(false), true},
+        {u"Id", ECOCEqual, Guid(CLSID_ThreadPool), true},
+        {u"Id", ECOCNotEqual, Guid(CLSID_ThreadPool), false},
         {u"Id", ECOCLessEqual, Guid(CLSID_ThreadPool), false},  // class ids have no order
     };
     int index = 0;
@@ -475,8 +481,8 @@ namespace {
 // One item of every type, a pick-one among them, and a nested configuration.
 ComPtr<CConfig> EveryType() {
     ComPtr<CConfig> config = NewConfig();
-    TConfigValue count = Long(0), angle = Float(0), on = Bool(false), id = Guid(GUID_NULL),
-                 colour = Colour(0, 0, 0, 0), direction = Vector(0, 0, 0), method = Long(0);
+    TConfigValue count = Long(0), angle = Float(0), on = Bool(false), id = Guid(GUID_NULL), colour = Colour(0, 0, 0, 0),
+                 direction = Vector(0, 0, 0), method = Long(0);
     String text(u"");
     EXPECT_EQ(config->ItemInsSimple(u"Count", Text(u"Count"), nullptr, &count, nullptr, 0, nullptr), S_OK);
     EXPECT_EQ(config->ItemInsSimple(u"Angle", Text(u"Angle"), nullptr, &angle, nullptr, 0, nullptr), S_OK);

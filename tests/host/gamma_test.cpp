@@ -48,12 +48,12 @@ TEST(GammaTables, TheEndsOfTheScaleMapToTheEndsOfTheBytes) {
 // Values worked out from the transfer functions with a calculator.
 TEST(GammaTables, EntriesFollowTheTransferFunctionsWithTheirRounding) {
     const uint16_t* table = Gamma()->GetSRGBTable();
-    EXPECT_EQ(table[1], 20);      // 1/255/12.92 * 65535 = 19.89
-    EXPECT_EQ(table[10], 199);    // still on the straight segment
-    EXPECT_EQ(table[11], 219);    // the first byte on the power curve
+    EXPECT_EQ(table[1], 20);    // 1/255/12.92 * 65535 = 19.89
+    EXPECT_EQ(table[10], 199);  // still on the straight segment
+    EXPECT_EQ(table[11], 219);  // the first byte on the power curve
     EXPECT_EQ(table[128], 14146);
     EXPECT_EQ(table[254], 64952);
-    EXPECT_EQ(table[256], 128);   // 0 * 65280 + 128.5
+    EXPECT_EQ(table[256], 128);  // 0 * 65280 + 128.5
     EXPECT_EQ(table[257], 3370);
     EXPECT_EQ(table[320], 35190);
     EXPECT_EQ(table[384], 48132);

@@ -312,13 +312,13 @@ TEST_F(OperationManagerTest, OperationIdMustBeAClassIdOfAnOperation) {
 
 TEST(OperationManager, WithoutOperationClassesTheItemHoldsNoOperation) {
     ComPtr<CConfig> config = NewConfig();
-    ASSERT_EQ(zthost::OperationManager()->InsertIntoConfigAs(nullptr, config, u"Operation", Text(u"Operation"),
-                                                             nullptr, 0, nullptr),
+    ASSERT_EQ(zthost::OperationManager()->InsertIntoConfigAs(nullptr, config, u"Operation", Text(u"Operation"), nullptr,
+                                                             0, nullptr),
               S_OK);
     EXPECT_EQ(Current(config, u"Operation").v.guidVal, GUID_NULL);
     EXPECT_TRUE(zthost::DescribeConfig(config)[0].options.empty());
     EXPECT_FALSE(SubOf(config, u"Operation"));
-    EXPECT_EQ(zthost::OperationManager()->InsertIntoConfigAs(nullptr, nullptr, u"Other", Text(u"Other"), nullptr, 0,
-                                                             nullptr),
-              E_INVALIDARG);
+    EXPECT_EQ(
+        zthost::OperationManager()->InsertIntoConfigAs(nullptr, nullptr, u"Other", Text(u"Other"), nullptr, 0, nullptr),
+        E_INVALIDARG);
 }

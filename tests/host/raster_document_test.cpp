@@ -53,8 +53,8 @@ RasterImageState StateOf(IDocument* aDocument) {
 // Reads a rectangle with TileGet, tightly packed.
 std::vector<uint32_t> Read(IDocumentRasterImage* aImage, TImagePoint aOrigin, TImageSize aSize) {
     std::vector<TPixelChannel> pixels(size_t(aSize.nX) * aSize.nY);
-    EXPECT_EQ(aImage->TileGet(CHANNEL_COLOR, &aOrigin, &aSize, nullptr, uint32_t(pixels.size()), pixels.data(),
-                              nullptr, ACCESS_MODE),
+    EXPECT_EQ(aImage->TileGet(CHANNEL_COLOR, &aOrigin, &aSize, nullptr, uint32_t(pixels.size()), pixels.data(), nullptr,
+                              ACCESS_MODE),
               S_OK);
     std::vector<uint32_t> values;
     for (auto p : pixels) values.push_back(p.n);
@@ -214,8 +214,7 @@ TEST(RasterDocument, TileGetRefusesABufferTooSmallAndOtherChannels) {
     std::vector<TPixelChannel> pixels(8);
     EXPECT_EQ(image->TileGet(CHANNEL_COLOR, &origin, &size, nullptr, 8, pixels.data(), nullptr, ACCESS_MODE),
               E_INVALIDARG);
-    EXPECT_EQ(image->TileGet(2, &origin, &size, nullptr, 9, pixels.data(), nullptr, ACCESS_MODE),
-              E_HOST_INVALID_PARAM);
+    EXPECT_EQ(image->TileGet(2, &origin, &size, nullptr, 9, pixels.data(), nullptr, ACCESS_MODE), E_HOST_INVALID_PARAM);
 }
 
 TEST(RasterDocument, RectanglesReachingPastThePlaneAreRefused) {
@@ -299,8 +298,8 @@ TEST(RasterDocument, BufferLockGivesTheBufferWithItsRectangles) {
     TImagePoint allocOrigin{}, contentOrigin{};
     TImageSize allocSize{}, contentSize{};
     const TPixelChannel* pixels = nullptr;
-    ASSERT_EQ(image->BufferLock(CHANNEL_COLOR, &allocOrigin, &allocSize, &contentOrigin, &contentSize, &pixels,
-                                nullptr, ACCESS_MODE),
+    ASSERT_EQ(image->BufferLock(CHANNEL_COLOR, &allocOrigin, &allocSize, &contentOrigin, &contentSize, &pixels, nullptr,
+                                ACCESS_MODE),
               S_OK);
     EXPECT_EQ(allocOrigin.nX, 2);
     EXPECT_EQ(allocOrigin.nY, 1);
@@ -321,8 +320,8 @@ TEST(RasterDocument, AnEmptyContentStillLocksOnePixelHoldingTheDefault) {
     TImagePoint allocOrigin{}, contentOrigin{};
     TImageSize allocSize{}, contentSize{9, 9};
     const TPixelChannel* pixels = nullptr;
-    ASSERT_EQ(image->BufferLock(CHANNEL_COLOR, &allocOrigin, &allocSize, &contentOrigin, &contentSize, &pixels,
-                                nullptr, ACCESS_MODE),
+    ASSERT_EQ(image->BufferLock(CHANNEL_COLOR, &allocOrigin, &allocSize, &contentOrigin, &contentSize, &pixels, nullptr,
+                                ACCESS_MODE),
               S_OK);
     EXPECT_EQ(contentSize.nX, 0u);
     EXPECT_EQ(contentSize.nY, 0u);
@@ -356,8 +355,7 @@ TEST(RasterDocument, BufferReplaceWithASmallerContentKeepsTheAllocOrigin) {
     TImagePoint contentOrigin{0, -1};
     TImageSize contentSize{2, 3};
     uint64_t alphaTotal = 6 * 0xAA;
-    ASSERT_EQ(image->BufferReplace({-2, -3}, {6, 5}, &contentOrigin, &contentSize, &alphaTotal, pixels, deleter),
-              S_OK);
+    ASSERT_EQ(image->BufferReplace({-2, -3}, {6, 5}, &contentOrigin, &contentSize, &alphaTotal, pixels, deleter), S_OK);
 
     TImagePoint allocOrigin{}, lockedOrigin{};
     TImageSize allocSize{}, lockedSize{};

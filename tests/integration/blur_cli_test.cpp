@@ -56,8 +56,7 @@ TEST_F(BlurCli, EveryDirectionAndMethodRunsAndGrowsTheContent) {
                              in, "-o", Path("out.png")});
             ASSERT_EQ(0, r.status) << r.err;
             std::ostringstream geometry;
-            geometry << "\"contentOrigin\":[" << c.x << "," << c.y << "],\"contentSize\":[" << c.w << "," << c.h
-                     << "]";
+            geometry << "\"contentOrigin\":[" << c.x << "," << c.y << "],\"contentSize\":[" << c.w << "," << c.h << "]";
             EXPECT_NE(std::string::npos, r.out.find(geometry.str())) << r.out;
             ztio::Image out = Read(Path("out.png"));
             EXPECT_EQ(c.w, out.width);
@@ -68,8 +67,8 @@ TEST_F(BlurCli, EveryDirectionAndMethodRunsAndGrowsTheContent) {
 
 TEST_F(BlurCli, RadialAndZoomKeepTheCanvas) {
     const std::string in = Sample();
-    for (const std::vector<std::string>& set : {std::vector<std::string>{"Direction=3", "Angle=10"},
-                                                std::vector<std::string>{"Direction=4", "Zoom=30"}}) {
+    for (const std::vector<std::string>& set :
+         {std::vector<std::string>{"Direction=3", "Angle=10"}, std::vector<std::string>{"Direction=4", "Zoom=30"}}) {
         SResult r = Run({"apply", "Blur", "--set", set[0], "--set", set[1], "--info", in, "-o", Path("out.png")});
         ASSERT_EQ(0, r.status) << r.err;
         EXPECT_NE(std::string::npos, r.out.find("\"contentOrigin\":[0,0],\"contentSize\":[24,20]")) << r.out;

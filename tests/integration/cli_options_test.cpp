@@ -40,9 +40,9 @@ TEST_F(OptionsCli, ANicknameSetsTheSameOptionAsItsNumberInAnyLetterCase) {
     EXPECT_EQ(byNumber.pixels, byName.pixels);
     EXPECT_EQ(byNumber.pixels, byCapitals.pixels);
     // A different option gives different pixels, so the names were not ignored.
-    EXPECT_NE(byNumber.pixels, Pixels({"Blur", "--set", "Method=constant", "--set", "Direction=horizontal", "--set",
-                                       "Radius=4"})
-                                   .pixels);
+    EXPECT_NE(
+        byNumber.pixels,
+        Pixels({"Blur", "--set", "Method=constant", "--set", "Direction=horizontal", "--set", "Radius=4"}).pixels);
 }
 
 TEST_F(OptionsCli, ANestedKeyTakesTheNicknamesOfTheOperationItsItemSelects) {

@@ -99,7 +99,8 @@ TEST_F(Cli, JpegRoundTripIsCloseAndOpaque) {
     double error_sum = 0;
     for (size_t i = 0; i < 256; ++i) {
         EXPECT_EQ(0xFFu, out.pixels[i] >> 24);
-        for (int shift : {0, 8, 16}) error_sum += std::abs(int(out.pixels[i] >> shift & 255) - int(img.pixels[i] >> shift & 255));
+        for (int shift : {0, 8, 16})
+            error_sum += std::abs(int(out.pixels[i] >> shift & 255) - int(img.pixels[i] >> shift & 255));
     }
     EXPECT_LT(error_sum / (256 * 3), 4.0);
     EXPECT_TRUE(out.hasResolution);
@@ -112,9 +113,10 @@ TEST_F(Cli, InfoPrintsOneJsonLineWithGeometry) {
                      Path("out.png"), "--info"});
     ASSERT_EQ(0, r.status) << r.err;
     std::string line = r.out.substr(r.out.find('\n') + 1);
-    EXPECT_EQ("{\"result\":\"S_OK\",\"code\":\"0x00000000\",\"canvas\":[10,6],\"contentOrigin\":[3,-1],"
-              "\"contentSize\":[4,2],\"default\":\"0x80FF0000\",\"resolution\":[100,100]}\n",
-              line);
+    EXPECT_EQ(
+        "{\"result\":\"S_OK\",\"code\":\"0x00000000\",\"canvas\":[10,6],\"contentOrigin\":[3,-1],"
+        "\"contentSize\":[4,2],\"default\":\"0x80FF0000\",\"resolution\":[100,100]}\n",
+        line);
 }
 
 TEST_F(Cli, RegionContentWritesTheContentRectangleAndCanvasTheRest) {

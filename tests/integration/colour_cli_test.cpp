@@ -84,8 +84,8 @@ TEST_F(ColourCli, FadeRunsTheNestedOperationAtItsStrength) {
 }
 
 TEST_F(ColourCli, FadeWithShiftHueAtFullStrengthEqualsShiftHue) {
-    SResult fade = Apply({"Fade", "--set", "Strength=1", "--set", "Operation=ShiftHue", "--set",
-                          "Operation/Angle=40", Input(), "-o", Path("out.png")});
+    SResult fade = Apply({"Fade", "--set", "Strength=1", "--set", "Operation=ShiftHue", "--set", "Operation/Angle=40",
+                          Input(), "-o", Path("out.png")});
     ASSERT_EQ(0, fade.status) << fade.err;
     EXPECT_EQ("Fade: Shift hue - 40° -> " + Path("out.png") + "\n", fade.out);
     auto faded = Output();
@@ -103,8 +103,8 @@ TEST_F(ColourCli, ReduceColorsKeepsAnImageWithFewColours) {
 }
 
 TEST_F(ColourCli, ReduceColorsOnTheLandscapeHonoursTheLimit) {
-    SResult r = Apply({"ReduceColors", "--set", "Colors=24", std::string(ZT_SAMPLES_DIR) + "/landscape.png", "-o",
-                       Path("out.png")});
+    SResult r = Apply(
+        {"ReduceColors", "--set", "Colors=24", std::string(ZT_SAMPLES_DIR) + "/landscape.png", "-o", Path("out.png")});
     ASSERT_EQ(0, r.status) << r.err;
     EXPECT_EQ("Reduce to 24 colors -> " + Path("out.png") + "\n", r.out);
     const auto out = Output();
@@ -112,8 +112,8 @@ TEST_F(ColourCli, ReduceColorsOnTheLandscapeHonoursTheLimit) {
 }
 
 TEST_F(ColourCli, ConvolutionSharpenIsRecognised) {
-    SResult r = Apply({"Convolution", "--set", "Matrix=0 -2 0\n-2 11 -2\n0 -2 0", "--set", "Div=3", Input(), "-o",
-                       Path("out.png")});
+    SResult r = Apply(
+        {"Convolution", "--set", "Matrix=0 -2 0\n-2 11 -2\n0 -2 0", "--set", "Div=3", Input(), "-o", Path("out.png")});
     ASSERT_EQ(0, r.status) << r.err;
     EXPECT_EQ("Sharpen -> " + Path("out.png") + "\n", r.out);
 }

@@ -53,9 +53,9 @@ TEST_F(GeometryCli, RotateRightTurnsThePixelsExactly) {
 
 TEST_F(GeometryCli, PerspectiveMirrorReversesRows) {
     const std::string in = Png("in.png", 3, 2);
-    const SResult r = Run({"apply", "Perspective", "--set", "Mode=0", "--set", "Pt1X=1", "--set", "Pt1Y=0", "--set",
-                           "Pt2X=0", "--set", "Pt2Y=0", "--set", "Pt3X=0", "--set", "Pt3Y=1", "--set", "Pt4X=1",
-                           "--set", "Pt4Y=1", in, "-o", Path("out.png")});
+    const SResult r = Run({"apply", "Perspective", "--set", "Mode=0", "--set", "Pt1X=1", "--set",        "Pt1Y=0",
+                           "--set", "Pt2X=0",      "--set", "Pt2Y=0", "--set", "Pt3X=0", "--set",        "Pt3Y=1",
+                           "--set", "Pt4X=1",      "--set", "Pt4Y=1", in,      "-o",     Path("out.png")});
     ASSERT_EQ(0, r.status) << r.err;
     EXPECT_NE(std::string::npos, r.out.find("Mirror"));
     const ztio::Image src = Read(in), out = Read(Path("out.png"));
@@ -65,9 +65,9 @@ TEST_F(GeometryCli, PerspectiveMirrorReversesRows) {
 
 TEST_F(GeometryCli, DegenerateQuadrilateralFailsAndWritesNothing) {
     const std::string in = Png("in.png", 4, 4);
-    const SResult r = Run({"apply", "Perspective", "--set", "Mode=0", "--set", "Pt1X=0", "--set", "Pt1Y=0", "--set",
-                           "Pt2X=0.5", "--set", "Pt2Y=0.5", "--set", "Pt3X=1", "--set", "Pt3Y=1", "--set",
-                           "Pt4X=0.25", "--set", "Pt4Y=0.25", in, "-o", Path("out.png")});
+    const SResult r = Run({"apply", "Perspective", "--set", "Mode=0",    "--set", "Pt1X=0", "--set",        "Pt1Y=0",
+                           "--set", "Pt2X=0.5",    "--set", "Pt2Y=0.5",  "--set", "Pt3X=1", "--set",        "Pt3Y=1",
+                           "--set", "Pt4X=0.25",   "--set", "Pt4Y=0.25", in,      "-o",     Path("out.png")});
     EXPECT_EQ(1, r.status);
     struct stat st;
     EXPECT_NE(0, stat(Path("out.png").c_str(), &st));
@@ -78,8 +78,7 @@ TEST_F(GeometryCli, PolarCanvasSizeAndRemoveBorderRun) {
     SResult r = Run({"apply", "PolarTransformation", in, "-o", Path("polar.png")});
     ASSERT_EQ(0, r.status) << r.err;
     EXPECT_EQ(9u, Read(Path("polar.png")).width);
-    r = Run({"apply", "CanvasSize", "--set", "DeltaX=4", "--set", "DeltaY=-2", in, "-o", Path("canvas.png"),
-             "--info"});
+    r = Run({"apply", "CanvasSize", "--set", "DeltaX=4", "--set", "DeltaY=-2", in, "-o", Path("canvas.png"), "--info"});
     ASSERT_EQ(0, r.status) << r.err;
     EXPECT_NE(std::string::npos, r.out.find("\"canvas\":[13,5]"));
     EXPECT_NE(std::string::npos, r.out.find("\"contentOrigin\":[2,-1]"));

@@ -36,7 +36,8 @@ TEST(ModuleLoading, EnumeratesShiftHueWithItsCategories) {
     auto module = LoadModule();
     ASSERT_TRUE(module);
     const auto& classes = module->Classes();
-    auto it = std::find_if(classes.begin(), classes.end(), [](const zthost::ClassInfo& c) { return c.id == kShiftHue; });
+    auto it =
+        std::find_if(classes.begin(), classes.end(), [](const zthost::ClassInfo& c) { return c.id == kShiftHue; });
     ASSERT_NE(classes.end(), it);
     EXPECT_EQ((std::vector<GUID>{category::operation, category::colour}), it->categories);
 }

@@ -39,8 +39,7 @@ protected:
 TEST_F(ShapeCli, DropShadowOfASharpShapeLandsByTheOffset) {
     // Size 0, offset 1, density 100 %, black: the shadow of the block at (3..4, 3..4); where the
     // block is not, the pixel is the colour with the full strength 255 x 191 / 256 ... = 254.
-    SResult r = Run({"apply", "DropShadow", "--set", "Size=0", "--set", "Density=100", Block(), "-o",
-                     Path("out.png")});
+    SResult r = Run({"apply", "DropShadow", "--set", "Size=0", "--set", "Density=100", Block(), "-o", Path("out.png")});
     ASSERT_EQ(0, r.status) << r.err;
     const ztio::Image out = Read(Path("out.png"));
     ASSERT_EQ(6u, out.width);
@@ -62,17 +61,17 @@ TEST_F(ShapeCli, DropShadowReportsGrownContent) {
 
 TEST_F(ShapeCli, DropShadowOutsideAMaskRectangleIsNotCast) {
     // The mask selects only the left half: coverage there only, so no shadow reaches column 4.
-    SResult r = Run({"apply", "DropShadow", "--set", "Size=0", "--set", "Blending=2", "--mask-rect", "0,0,3,6",
-                     Block(), "-o", Path("out.png")});
+    SResult r = Run({"apply", "DropShadow", "--set", "Size=0", "--set", "Blending=2", "--mask-rect", "0,0,3,6", Block(),
+                     "-o", Path("out.png")});
     ASSERT_EQ(0, r.status) << r.err;
     const ztio::Image out = Read(Path("out.png"));
     EXPECT_NE(0u, out.pixels[3 * 6 + 3] >> 24);  // the shadow of (2, 2)
-    EXPECT_EQ(0u, out.pixels[3 * 6 + 4]);         // (3, 2) is outside the mask
+    EXPECT_EQ(0u, out.pixels[3 * 6 + 4]);        // (3, 2) is outside the mask
 }
 
 TEST_F(ShapeCli, OutlineCentredDrawsAroundTheBlock) {
-    SResult r = Run({"apply", "Outlines", "--set", "Width=1", "--set", "Color=1,0,0,1", "--region", "content",
-                     Block(), "-o", Path("out.png")});
+    SResult r = Run({"apply", "Outlines", "--set", "Width=1", "--set", "Color=1,0,0,1", "--region", "content", Block(),
+                     "-o", Path("out.png")});
     ASSERT_EQ(0, r.status) << r.err;
     const ztio::Image out = Read(Path("out.png"));
     // M = 2 on each side: 10 x 10.
@@ -95,8 +94,8 @@ TEST_F(ShapeCli, AutoMaskRunsTheInnerOperationUnderAFileMask) {
     const std::string mask = Write("mask.png", 6, 6, m);
     std::vector<uint32_t> p(36, 0xFF3366CCu);
     const std::string in = Write("in.png", 6, 6, p);
-    SResult r = Run({"apply", "AutoMask", "--set", "Operation=ShiftHue", "--set", "Operation/Angle=180",
-                     "--mask", mask, in, "-o", Path("out.png")});
+    SResult r = Run({"apply", "AutoMask", "--set", "Operation=ShiftHue", "--set", "Operation/Angle=180", "--mask", mask,
+                     in, "-o", Path("out.png")});
     ASSERT_EQ(0, r.status) << r.err;
     const ztio::Image out = Read(Path("out.png"));
     EXPECT_NE(0xFF3366CCu, out.pixels[0]);
@@ -110,8 +109,8 @@ TEST_F(ShapeCli, AutoMaskFileAtAnOffset) {
     const std::string mask = Write("mask.png", 2, 2, m);
     std::vector<uint32_t> p(36, 0xFF3366CCu);
     const std::string in = Write("in.png", 6, 6, p);
-    SResult r = Run({"apply", "AutoMask", "--set", "Operation=ShiftHue", "--set", "Operation/Angle=180",
-                     "--mask", mask + "@4,4", in, "-o", Path("out.png")});
+    SResult r = Run({"apply", "AutoMask", "--set", "Operation=ShiftHue", "--set", "Operation/Angle=180", "--mask",
+                     mask + "@4,4", in, "-o", Path("out.png")});
     ASSERT_EQ(0, r.status) << r.err;
     const ztio::Image out = Read(Path("out.png"));
     EXPECT_EQ(0xFF3366CCu, out.pixels[3 * 6 + 3]);
@@ -122,8 +121,8 @@ TEST_F(ShapeCli, AutoMaskFileAtAnOffset) {
 TEST_F(ShapeCli, ModifyMaskLeavesTheImage) {
     std::vector<uint32_t> p(36, 0xFF3366CCu);
     const std::string in = Write("in.png", 6, 6, p);
-    SResult r = Run({"apply", "ModifyMask", "--set", "Operation=Blur", "--mask-rect", "1,1,3,3", in, "-o",
-                     Path("out.png")});
+    SResult r =
+        Run({"apply", "ModifyMask", "--set", "Operation=Blur", "--mask-rect", "1,1,3,3", in, "-o", Path("out.png")});
     ASSERT_EQ(0, r.status) << r.err;
     EXPECT_EQ(p, Read(Path("out.png")).pixels);
 }

@@ -127,8 +127,8 @@ const float kZero[4] = {0, 0, 0, 0};
 
 TEST(BlurPixels, ConstantsHaveTheirBitPatterns) {
     EXPECT_EQ(0x3B808081u, Bits(kInv255));
-    EXPECT_EQ(0x39000000u, Bits(kEncodeLow));        // 2^-13
-    EXPECT_EQ(0x3F7FFFFFu, Bits(kEncodeHigh));       // the largest float under 1
+    EXPECT_EQ(0x39000000u, Bits(kEncodeLow));         // 2^-13
+    EXPECT_EQ(0x3F7FFFFFu, Bits(kEncodeHigh));        // the largest float under 1
     EXPECT_EQ(0x38000000u, Bits(kFromWideUnsigned));  // 2^-15
     EXPECT_EQ(0x38800000u, Bits(kFromWideSigned));    // 2^-14
     EXPECT_EQ(0.0019607844f, kHalfStep);
@@ -264,8 +264,8 @@ TEST(BlurKernels, BoxWiderThanTheLineSeesFrontAndBackAtOnce) {
     // Longer reach than line on a two-pixel line with R = 3.
     const auto two = RunLine(CBoxBlurFloat{2, 3, front, back}, Grey({2, 4}), 8);
     // Window i holds inputs i-6 .. i: front for negative, back beyond 1.
-    ExpectSums(two, {6 + 2, 5 + 2 + 4, 4 + 2 + 4 + 3, 3 + 2 + 4 + 6, 2 + 2 + 4 + 9, 1 + 2 + 4 + 12, 2 + 4 + 15,
-                     4 + 18});
+    ExpectSums(two,
+               {6 + 2, 5 + 2 + 4, 4 + 2 + 4 + 3, 3 + 2 + 4 + 6, 2 + 2 + 4 + 9, 1 + 2 + 4 + 12, 2 + 4 + 15, 4 + 18});
 }
 
 TEST(BlurKernels, FractionBoxWeighsTheEndSamplesByTheEdgeWeight) {
@@ -304,8 +304,8 @@ TEST(BlurKernels, OnePixelLineWithReplicationGivesCopiesOfIt) {
         const auto box = RunLine(CBoxBlurFloat{1, R, nullptr, nullptr}, one, 2 * R + 1);
         const auto lin = RunLine(CLinearBlurFloat{1, R, nullptr, nullptr}, one, 2 * R + 1);
         const float r = float(R) - 0.5f, total = 2 * r + 1;
-        const auto frac = RunLine(CFractionBoxBlurFloat{1, 1.0f / total, total, 0.5f, R, nullptr, nullptr}, one,
-                                  2 * R + 1);
+        const auto frac =
+            RunLine(CFractionBoxBlurFloat{1, 1.0f / total, total, 0.5f, R, nullptr, nullptr}, one, 2 * R + 1);
         const auto rec = RunLine(CRecursiveBlurRGBA(1, double(R), nullptr, nullptr), one, 2 * R + 1);
         for (uint32_t i = 0; i < 2 * R + 1; ++i) {
             EXPECT_NEAR(0.375, box[i].sum[0] * box[i].inv, 1e-6);
@@ -350,11 +350,11 @@ TEST(BlurKernels, RecursiveLineMatchesTheForwardAndBackwardWalk) {
 
     const double front[4] = {0.1, 0.1, 0.1, 0.1};
     const auto b = RunLine(CRecursiveBlurRGBA(7, 6.0, front, zero), Grey({0.2, 0.9, 0.5, 0.1, 0.3, 0.6, 0.4}), 19);
-    const double eb[] = {0.11423780866848421,  0.12498987952120642,  0.14208374305177157, 0.16733653598050763,
-                         0.20148446618284052,  0.24269003040680934,  0.28494117678063458, 0.3178175767937973,
-                         0.33105355533087794,  0.32563765148681079,  0.30668831645492278, 0.27473783137048396,
-                         0.22947342954327773,  0.17683629526817291,  0.12653266760471152, 0.084810678871560699,
-                         0.05369876223239578,  0.032391344915031844, 0.018812082381017486};
+    const double eb[] = {0.11423780866848421, 0.12498987952120642,  0.14208374305177157, 0.16733653598050763,
+                         0.20148446618284052, 0.24269003040680934,  0.28494117678063458, 0.3178175767937973,
+                         0.33105355533087794, 0.32563765148681079,  0.30668831645492278, 0.27473783137048396,
+                         0.22947342954327773, 0.17683629526817291,  0.12653266760471152, 0.084810678871560699,
+                         0.05369876223239578, 0.032391344915031844, 0.018812082381017486};
     for (int i = 0; i < 19; ++i) {
         EXPECT_EQ(eb[i], b[i].y[3]) << i;
         EXPECT_EQ(1, b[i].writes) << i;
@@ -542,15 +542,16 @@ TEST(BlurKernels, VectorLanesAgreeWithScalarSumsBitForBit) {
                 const float a = float(def.bA) * 0.003921569f;
                 const float fv[4] = {a * t->toLinear[def.bB], a * t->toLinear[def.bG], a * t->toLinear[def.bR], a};
                 const float* fp = sides ? fv : nullptr;
-                CompareLine(line, R, CBoxBlurFloat{n, R, fp, fp}, [&](const SScalarLine& l) { return ScalarBox(l, R); },
-                            1.0f / float(2 * R + 1), f, f);
-                CompareLine(line, R, CLinearBlurFloat{n, R, fp, fp},
-                            [&](const SScalarLine& l) { return ScalarLinear(l, R); },
-                            1.0f / float((R + 1) * (R + 1)), f, f);
+                CompareLine(
+                    line, R, CBoxBlurFloat{n, R, fp, fp}, [&](const SScalarLine& l) { return ScalarBox(l, R); },
+                    1.0f / float(2 * R + 1), f, f);
+                CompareLine(
+                    line, R, CLinearBlurFloat{n, R, fp, fp}, [&](const SScalarLine& l) { return ScalarLinear(l, R); },
+                    1.0f / float((R + 1) * (R + 1)), f, f);
                 const float r = float(R) - 0.3f, total = 2.0f * r + 1.0f, edge = r + 1.0f - float(R);
-                CompareLine(line, R, CFractionBoxBlurFloat{n, 1.0f / total, total, edge, R, fp, fp},
-                            [&](const SScalarLine& l) { return ScalarFraction(l, R, total, edge); }, 1.0f / total, f,
-                            f);
+                CompareLine(
+                    line, R, CFractionBoxBlurFloat{n, 1.0f / total, total, edge, R, fp, fp},
+                    [&](const SScalarLine& l) { return ScalarFraction(l, R, total, edge); }, 1.0f / total, f, f);
             }
         }
     }
@@ -613,8 +614,7 @@ std::vector<TPixelChannel> TwoAxis(const std::vector<TPixelChannel>& aImage, uin
         CBlurTask<CFloatSRGBPreMulSrc, CWideTransposingDst, Kernel>({t, aImage.data(), aW}, {wide.data(), aH},
                                                                     aMake(aW), aH)
             .Execute(0, 1);
-        CBlurTask<ColumnSrc, CFloatSRGBDeMulTransposingDst, Kernel>({wide.data(), aH}, {t, out.data(), E}, aMake(aH),
-                                                                    E)
+        CBlurTask<ColumnSrc, CFloatSRGBDeMulTransposingDst, Kernel>({wide.data(), aH}, {t, out.data(), E}, aMake(aH), E)
             .Execute(0, 1);
     }
     return out;
@@ -649,8 +649,10 @@ namespace {
 // R of a kernel: the finite kernels' radius, the recursive kernel's border.
 template <class Kernel>
 uint32_t ReachOf(const Kernel& aKernel) {
-    if constexpr (kIsRecursive<Kernel>) return aKernel.border;
-    else return aKernel.radius;
+    if constexpr (kIsRecursive<Kernel>)
+        return aKernel.border;
+    else
+        return aKernel.radius;
 }
 
 // The two passes as written: rows into the columns of a wide intermediate, its rows (the
@@ -683,11 +685,10 @@ void ExpectStreamedAsTwoPasses(uint32_t aW, uint32_t aH, const Kernel& aRows, co
         if constexpr (kIsRecursive<Kernel>) {
             std::vector<TWidePixel> wide(RecursiveIntermediateLength(aRows, aColumns));
             const HRESULT hr =
-                form == 0
-                    ? avx2::CRecursiveTwoAxisBlur(Table(), image.data(), stride, out.data(), aRows, aColumns)
-                          .Run(aPool, wide.data())
-                    : avx512::CRecursiveTwoAxisBlur(Table(), image.data(), stride, out.data(), aRows, aColumns)
-                          .Run(aPool, wide.data());
+                form == 0 ? avx2::CRecursiveTwoAxisBlur(Table(), image.data(), stride, out.data(), aRows, aColumns)
+                                .Run(aPool, wide.data())
+                          : avx512::CRecursiveTwoAxisBlur(Table(), image.data(), stride, out.data(), aRows, aColumns)
+                                .Run(aPool, wide.data());
             ASSERT_EQ(S_OK, hr);
         } else {
             const HRESULT hr =
@@ -698,10 +699,9 @@ void ExpectStreamedAsTwoPasses(uint32_t aW, uint32_t aH, const Kernel& aRows, co
             ASSERT_EQ(S_OK, hr);
         }
         for (size_t i = 0; i < out.size(); ++i)
-            ASSERT_EQ(expected[i].n, out[i].n)
-                << (form ? "AVX-512 " : "AVX2 ") << aW << "x" << aH << " reach " << ReachOf(aRows) << "/"
-                << ReachOf(aColumns) << " pixel " << i % (aW + 2 * ReachOf(aRows)) << ","
-                << i / (aW + 2 * ReachOf(aRows));
+            ASSERT_EQ(expected[i].n, out[i].n) << (form ? "AVX-512 " : "AVX2 ") << aW << "x" << aH << " reach "
+                                               << ReachOf(aRows) << "/" << ReachOf(aColumns) << " pixel "
+                                               << i % (aW + 2 * ReachOf(aRows)) << "," << i / (aW + 2 * ReachOf(aRows));
     }
 }
 
@@ -794,7 +794,7 @@ TEST(BlurStreamed, GivesTheTwoPassesPixelsBitForBit) {
     zthost::SetThreadCount(3);
     ComPtr<IThreadPool> pool = zthost::Create<IThreadPool>(CLSID_ThreadPool);
     // Small and odd sizes, reaches longer than the lines, and heights that wrap the ring.
-    const uint32_t sizes[][3] = {{45, 38, 3}, {1, 1, 2}, {1, 20, 1}, {20, 1, 4}, {7, 3, 5},
+    const uint32_t sizes[][3] = {{45, 38, 3},  {1, 1, 2},    {1, 20, 1},    {20, 1, 4},  {7, 3, 5},
                                  {300, 70, 3}, {33, 200, 1}, {19, 150, 40}, {64, 64, 10}};
     for (IThreadPool* p : {static_cast<IThreadPool*>(nullptr), pool.get()}) {
         for (const auto& s : sizes) {

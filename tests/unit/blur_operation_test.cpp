@@ -557,11 +557,11 @@ TEST(BlurZoom, FullStepLandsEverySampleOnTheCentrePixel) {
     in[2 * 4 + 2].n = 0xFFFFFFFF;
     in[1 * 4 + 0].n = 0x00000000;
     ZoomBlur(in.data(), out.data(), 4, 4, 16384);
-    EXPECT_EQ(255, out[0].bA);                       // 65 * 255 / 65
-    EXPECT_EQ(251, out[0].bR);                       // 64 * 255 * 255 / (65 * 255) = 251.07
+    EXPECT_EQ(255, out[0].bA);  // 65 * 255 / 65
+    EXPECT_EQ(251, out[0].bR);  // 64 * 255 * 255 / (65 * 255) = 251.07
     EXPECT_EQ(0xFFFFFFFFu, out[2 * 4 + 2].n);
-    EXPECT_EQ(251, out[1 * 4 + 0].bA);               // 64 * 255 / 65
-    EXPECT_EQ(255, out[1 * 4 + 0].bR);               // only white samples carry colour
+    EXPECT_EQ(251, out[1 * 4 + 0].bA);  // 64 * 255 / 65
+    EXPECT_EQ(255, out[1 * 4 + 0].bR);  // only white samples carry colour
 }
 
 TEST(BlurZoom, OnePixelHighImageKeepsItsSamplesInside) {
@@ -603,7 +603,8 @@ TEST(BlurThreads, SameOutputOnOneAndManyThreads) {
                 for (uint32_t threads : {1u, 2u, 3u, 8u}) {
                     ThreadCount count(threads);
                     auto doc = PixelDocument({150, 130}, {0, 0}, {150, 130}, pixels, 0x40808080);
-                    ASSERT_EQ(S_OK, RunBlur(doc, Config({{"Direction", direction}, {"Method", method}, {"Radius", radius}})));
+                    ASSERT_EQ(S_OK,
+                              RunBlur(doc, Config({{"Direction", direction}, {"Method", method}, {"Radius", radius}})));
                     auto s = State(doc);
                     if (first.empty()) first = s.content;
                     ASSERT_EQ(first.size(), s.content.size());
@@ -617,17 +618,17 @@ TEST(BlurThreads, SameOutputOnOneAndManyThreads) {
 
 TEST(BlurThreads, NarrowImagesOnAPoolWithMoreThreadsThanLines) {
     ThreadCount count(8);
-    const struct {
-        uint32_t w, h;
-    } sizes[] = {{1, 20000}, {20000, 1}, {2, 9000}, {1, 16}};
+    const struct { uint32_t w, h; } sizes[] = {{1, 20000}, {20000, 1}, {2, 9000}, {1, 16}};
     for (const auto& size : sizes) {
         for (const char* direction : {"0", "1", "2"}) {
             for (const char* method : {"0", "1", "3"}) {
                 for (const char* replicate : {"false", "true"}) {
                     auto doc = PixelDocument({size.w, size.h}, {0, 0}, {size.w, size.h},
-                                        Uniform(size_t(size.w) * size.h, 0xFF336699));
-                    ASSERT_EQ(S_OK, RunBlur(doc, Config({{"Direction", direction}, {"Method", method}, {"Radius", "1"},
-                                                     {"EdgeReplication", replicate}})));
+                                             Uniform(size_t(size.w) * size.h, 0xFF336699));
+                    ASSERT_EQ(S_OK, RunBlur(doc, Config({{"Direction", direction},
+                                                         {"Method", method},
+                                                         {"Radius", "1"},
+                                                         {"EdgeReplication", replicate}})));
                     auto s = State(doc);
                     if (std::string(replicate) == "true") {
                         for (const auto& p : s.content) {
@@ -672,8 +673,11 @@ TEST(BlurThreads, StreamedTwoAxisBlurGivesThePixelsOfTheTwoPasses) {
     // Content away from the canvas edges and touching them, odd sizes, one-pixel lines.
     const struct {
         uint32_t cw, ch, x, y, w, h;
-    } layouts[] = {{90, 70, 5, 7, 61, 45}, {61, 45, 0, 0, 61, 45}, {40, 300, 0, 3, 40, 290},
-                   {1, 50, 0, 0, 1, 50},   {50, 1, 0, 0, 50, 1}};
+    } layouts[] = {{90, 70, 5, 7, 61, 45},
+                   {61, 45, 0, 0, 61, 45},
+                   {40, 300, 0, 3, 40, 290},
+                   {1, 50, 0, 0, 1, 50},
+                   {50, 1, 0, 0, 50, 1}};
     for (const auto& l : layouts) {
         const auto pixels = Pattern(size_t(l.w) * l.h, l.w + l.h);
         for (const char* method : {"0", "1", "3"}) {
@@ -689,9 +693,8 @@ TEST(BlurThreads, StreamedTwoAxisBlurGivesThePixelsOfTheTwoPasses) {
                             gWideLookupsAllowed = path > 1;
                             auto doc = PixelDocument({l.cw, l.ch}, {int32_t(l.x), int32_t(l.y)}, {l.w, l.h}, pixels,
                                                      0x40808080);
-                            const HRESULT hr = RunBlur(doc, Config({{"Method", method},
-                                                                    {"Radius", radius},
-                                                                    {"EdgeReplication", replicate}}));
+                            const HRESULT hr = RunBlur(
+                                doc, Config({{"Method", method}, {"Radius", radius}, {"EdgeReplication", replicate}}));
                             gStreamedBlurAllowed = true;
                             gWideLookupsAllowed = true;
                             ASSERT_EQ(S_OK, hr);
@@ -701,9 +704,9 @@ TEST(BlurThreads, StreamedTwoAxisBlurGivesThePixelsOfTheTwoPasses) {
                             ASSERT_EQ(result[0].size(), result[path].size());
                             for (size_t i = 0; i < result[0].size(); ++i)
                                 ASSERT_EQ(result[0][i].n, result[path][i].n)
-                                    << "path " << path << " " << l.w << "x" << l.h << " method " << method
-                                    << " radius " << radius
-                                    << (std::string(replicate) == "true" ? " replicated" : "") << " pixel " << i;
+                                    << "path " << path << " " << l.w << "x" << l.h << " method " << method << " radius "
+                                    << radius << (std::string(replicate) == "true" ? " replicated" : "") << " pixel "
+                                    << i;
                         }
                     }
                 }

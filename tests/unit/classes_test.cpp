@@ -36,15 +36,16 @@ struct CFailingObject : CTestObject {
 template <class T>
 std::atomic<CFactoryBase*> g_slot{nullptr};
 
-const GUID kIds[17] = {MakeGuid("22222222-0000-0000-0000-000000000000"), MakeGuid("22222222-0000-0000-0000-000000000001"),
-                       MakeGuid("22222222-0000-0000-0000-000000000002"), MakeGuid("22222222-0000-0000-0000-000000000003"),
-                       MakeGuid("22222222-0000-0000-0000-000000000004"), MakeGuid("22222222-0000-0000-0000-000000000005"),
-                       MakeGuid("22222222-0000-0000-0000-000000000006"), MakeGuid("22222222-0000-0000-0000-000000000007"),
-                       MakeGuid("22222222-0000-0000-0000-000000000008"), MakeGuid("22222222-0000-0000-0000-000000000009"),
-                       MakeGuid("22222222-0000-0000-0000-00000000000a"), MakeGuid("22222222-0000-0000-0000-00000000000b"),
-                       MakeGuid("22222222-0000-0000-0000-00000000000c"), MakeGuid("22222222-0000-0000-0000-00000000000d"),
-                       MakeGuid("22222222-0000-0000-0000-00000000000e"), MakeGuid("22222222-0000-0000-0000-00000000000f"),
-                       MakeGuid("22222222-0000-0000-0000-000000000010")};
+const GUID kIds[17] = {
+    MakeGuid("22222222-0000-0000-0000-000000000000"), MakeGuid("22222222-0000-0000-0000-000000000001"),
+    MakeGuid("22222222-0000-0000-0000-000000000002"), MakeGuid("22222222-0000-0000-0000-000000000003"),
+    MakeGuid("22222222-0000-0000-0000-000000000004"), MakeGuid("22222222-0000-0000-0000-000000000005"),
+    MakeGuid("22222222-0000-0000-0000-000000000006"), MakeGuid("22222222-0000-0000-0000-000000000007"),
+    MakeGuid("22222222-0000-0000-0000-000000000008"), MakeGuid("22222222-0000-0000-0000-000000000009"),
+    MakeGuid("22222222-0000-0000-0000-00000000000a"), MakeGuid("22222222-0000-0000-0000-00000000000b"),
+    MakeGuid("22222222-0000-0000-0000-00000000000c"), MakeGuid("22222222-0000-0000-0000-00000000000d"),
+    MakeGuid("22222222-0000-0000-0000-00000000000e"), MakeGuid("22222222-0000-0000-0000-00000000000f"),
+    MakeGuid("22222222-0000-0000-0000-000000000010")};
 
 const SCategoryEntry* SeventeenCategories() {
     static SCategoryEntry map[18];
@@ -154,7 +155,8 @@ TEST(ClassTable, WeakSingletonLivesOnlyWhileHeld) {
 
 TEST(ClassTable, UnknownClassAndNullOut) {
     void* out = reinterpret_cast<void*>(1);
-    EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, GetClassObjectFrom(kTable, std::size(kTable), kUnknownClass, IClassFactory::iid, &out));
+    EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE,
+              GetClassObjectFrom(kTable, std::size(kTable), kUnknownClass, IClassFactory::iid, &out));
     EXPECT_EQ(nullptr, out);
     EXPECT_EQ(E_POINTER, GetClassObjectFrom(kTable, std::size(kTable), kOkClass, IClassFactory::iid, nullptr));
 }

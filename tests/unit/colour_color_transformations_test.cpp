@@ -2,8 +2,8 @@
 // with its own pool limits, and the nine naming rules.
 #include <gtest/gtest.h>
 
-#include "operations/colour/color_transformations_kernels.h"
 #include "operations/colour/color_transformations.h"
+#include "operations/colour/color_transformations_kernels.h"
 #include "tests/unit/operation_test_support.h"
 
 using namespace zt;
@@ -86,8 +86,7 @@ TEST(ColorTransformationsTables, LinearTableMayLeaveTheSixteenBitRange) {
 }
 
 TEST(ColorTransformationsWeights, SaturationZeroFiftyAndTwoHundred) {
-    EXPECT_EQ((std::array<int32_t, 6>{306, 601, 117, 306, 601, 117}),
-              std::to_array(SaturationWeights(0).w));
+    EXPECT_EQ((std::array<int32_t, 6>{306, 601, 117, 306, 601, 117}), std::to_array(SaturationWeights(0).w));
     EXPECT_EQ((std::array<int32_t, 6>{153, 301, 58, 665, 813, 570}), std::to_array(SaturationWeights(50).w));
     EXPECT_EQ((std::array<int32_t, 6>{-305, -600, -116, 1742, 1447, 1931}), std::to_array(SaturationWeights(200).w));
     EXPECT_EQ((std::array<int32_t, 6>{0, 0, 0, 1024, 1024, 1024}), std::to_array(SaturationWeights(100).w));

@@ -41,7 +41,8 @@ SConvolutionMatrix Matrix(std::u16string_view aText) {
 std::string Square(int aSide) {
     std::string text;
     for (int r = 0; r < aSide; ++r) {
-        for (int c = 0; c < aSide; ++c) text += (c ? " " : "") + std::string(r == aSide / 2 && c == aSide / 2 ? "1" : "0");
+        for (int c = 0; c < aSide; ++c)
+            text += (c ? " " : "") + std::string(r == aSide / 2 && c == aSide / 2 ? "1" : "0");
         text += "\r\n";
     }
     return text;
@@ -59,7 +60,7 @@ TEST(ConvolutionParser, DefaultTextIsTheThreeByThreeIdentity) {
 
 TEST(ConvolutionParser, LineEndsOfEveryKindBlanksAndTabs) {
     EXPECT_TRUE(Parses(u"\r\n  1\t2  3\n4 5 6\r7 8 9", 3, 3));
-    EXPECT_TRUE(Parses(u"1 2 3\n4 5 6\n7 8 9\n", 3, 3));        // a trailing line end checks nothing more
+    EXPECT_TRUE(Parses(u"1 2 3\n4 5 6\n7 8 9\n", 3, 3));  // a trailing line end checks nothing more
     EXPECT_TRUE(Parses(u"-1.5 +2 3e-1\n4 .5 6\n7 8 9", 3, 3));
     SConvolutionMatrix m = Matrix(u"-1.5 +2 3e-1");
     EXPECT_EQ((std::vector<float>{-1.5f, 2.0f, 0.3f}), m.values);
@@ -197,7 +198,8 @@ TEST(ConvolutionOperation, TooLargeOrUnparsableMatrixIsAnInvalidParameter) {
     const auto pixels = Pattern(4);
     auto doc = Image(2, 2, pixels);
     EXPECT_EQ(E_HOST_INVALID_PARAM, RunOperation(Convolution(), doc, ConvolutionConfig(Square(33), "1", "0", false)));
-    EXPECT_EQ(E_HOST_INVALID_PARAM, RunOperation(Convolution(), doc, ConvolutionConfig("1 2\n3 4\n5 6", "1", "0", false)));
+    EXPECT_EQ(E_HOST_INVALID_PARAM,
+              RunOperation(Convolution(), doc, ConvolutionConfig("1 2\n3 4\n5 6", "1", "0", false)));
     EXPECT_EQ(E_HOST_INVALID_PARAM, RunOperation(Convolution(), doc, ConvolutionConfig("   ", "1", "0", false)));
     EXPECT_EQ(pixels, Content(doc));
     EXPECT_EQ(S_OK, RunOperation(Convolution(), doc, ConvolutionConfig(Square(31), "1", "0", true)));

@@ -116,8 +116,8 @@ TEST_F(FadeTest, ListedNameSchemaAndNames) {
     EXPECT_EQ("Zeslabení: Posun odstínu - 40°",
               NameOf(Fade(), FadeConfig("0.5", "ShiftHue", {{"Angle", "40"}}), LANG_CZECH));
     // An inner operation without a descriptor name gives its listed name.
-    EXPECT_EQ("Fade: Sharpen", NameOf(Fade(), FadeConfig("1", "Convolution",
-                                                          {{"Matrix", "0 -2 0\n-2 11 -2\n0 -2 0"}, {"Div", "3"}})));
+    EXPECT_EQ("Fade: Sharpen",
+              NameOf(Fade(), FadeConfig("1", "Convolution", {{"Matrix", "0 -2 0\n-2 11 -2\n0 -2 0"}, {"Div", "3"}})));
 }
 
 TEST_F(FadeTest, RunFadesTheNestedOperationHalfway) {
@@ -132,14 +132,17 @@ TEST_F(FadeTest, StrengthZeroAndOneThroughTheRun) {
     auto zero = Image(40, 30, pixels), one = Image(40, 30, pixels), plain = Image(40, 30, pixels);
     ASSERT_EQ(S_OK, RunOperation(Fade(), zero, FadeConfig("0", "ShiftHue", {{"Angle", "90"}})));
     ASSERT_EQ(S_OK, RunOperation(Fade(), one, FadeConfig("1", "ShiftHue", {{"Angle", "90"}})));
-    ComPtr<IDocumentOperation> shift = zthost::Create<IDocumentOperation>(MakeGuid("ce877eae-2e47-4bd2-a817-d4055adddeee"));
+    ComPtr<IDocumentOperation> shift =
+        zthost::Create<IDocumentOperation>(MakeGuid("ce877eae-2e47-4bd2-a817-d4055adddeee"));
     ComPtr<IConfig> shiftConfig = ConfigOf(shift);
     Set(shiftConfig, "Angle", "90");
     ASSERT_EQ(S_OK, RunOperation(shift, plain, shiftConfig));
     // Alpha 0 pixels of the inner result are cleared by the mix (alpha below 1).
     std::vector<uint32_t> expectZero = pixels, expectOne = Content(plain);
-    for (auto& p : expectZero) if (!(p >> 24)) p = 0;
-    for (auto& p : expectOne) if (!(p >> 24)) p = 0;
+    for (auto& p : expectZero)
+        if (!(p >> 24)) p = 0;
+    for (auto& p : expectOne)
+        if (!(p >> 24)) p = 0;
     EXPECT_EQ(expectZero, Content(zero));
     EXPECT_EQ(expectOne, Content(one));
 }

@@ -32,7 +32,9 @@ std::vector<uint32_t> Distinct(uint32_t aCount, uint32_t aRepeat = 2) {
     return p;
 }
 
-size_t CountColours(const std::vector<uint32_t>& aPixels) { return std::set<uint32_t>(aPixels.begin(), aPixels.end()).size(); }
+size_t CountColours(const std::vector<uint32_t>& aPixels) {
+    return std::set<uint32_t>(aPixels.begin(), aPixels.end()).size();
+}
 
 class CPaletteCollector final : public CStackUnknown<IEnum2UInts> {
 public:
@@ -197,9 +199,8 @@ TEST(ReduceColorsOperation, WithoutARasterImageOrQuantiserItFails) {
     const auto pixels = Pattern(100);
     auto doc = Image(10, 10, pixels);
     const HRESULT hr = RunOperation(Reduce(), doc, ReduceConfig(8, true));
-    zthost::RegisterHostClass(CLSID_ColorQuantizer, [](const IID& aIID, void** aOut) {
-        return zthost::CreateColorQuantizer(aIID, aOut);
-    });
+    zthost::RegisterHostClass(CLSID_ColorQuantizer,
+                              [](const IID& aIID, void** aOut) { return zthost::CreateColorQuantizer(aIID, aOut); });
     EXPECT_TRUE(FAILED(hr));
     EXPECT_EQ(pixels, Content(doc));
 }

@@ -115,8 +115,8 @@ TEST(ResampleOperation, SameSizeNewResolutionLeavesPixelsAlone) {
     auto op = Op<CDocumentOperationRasterImageResample>();
     const auto src = Pattern(6);
     auto doc = Document({3, 2}, {0, 0}, {3, 2}, src);
-    ASSERT_EQ(S_OK, Activate(op, doc,
-                             Config(op, {{"SizeRel", "100"}, {"ResolutionMode", "2"}, {"Resolution", "300"}})));
+    ASSERT_EQ(S_OK,
+              Activate(op, doc, Config(op, {{"SizeRel", "100"}, {"ResolutionMode", "2"}, {"Resolution", "300"}})));
     const auto s = State(doc);
     EXPECT_EQ(300u, s.resolution.nNumeratorX);
     EXPECT_EQ(254u, s.resolution.nDenominatorY);
@@ -152,8 +152,8 @@ TEST(ResampleOperation, RecomputeFollowsTheWidthOnBothAxes) {
     init.canvas = {100, 100};
     init.resolution = {300, 254, 150, 254};
     auto doc = zthost::CreateRasterDocument(init);
-    ASSERT_EQ(S_OK, Activate(op, doc, Config(op, {{"Mode", "10"}, {"SizeX", "50"}, {"SizeY", "200"},
-                                                  {"ResolutionMode", "0"}})));
+    ASSERT_EQ(S_OK, Activate(op, doc,
+                             Config(op, {{"Mode", "10"}, {"SizeX", "50"}, {"SizeY", "200"}, {"ResolutionMode", "0"}})));
     const auto s = State(doc);
     EXPECT_EQ(150u, s.resolution.nNumeratorX);
     EXPECT_EQ(150u, s.resolution.nNumeratorY);
@@ -227,19 +227,38 @@ TEST(PerspectiveOperation, NamesGoByThePointsOnly) {
     auto op = Op<CDocumentOperationRasterImagePerspective>();
     EXPECT_EQ("Transformation", NameOf(op, nullptr));
     EXPECT_EQ("Transformation", NameOf(op, Config(op, {})));
-    EXPECT_EQ("Mirror", NameOf(op, Config(op, {{"Pt1X", "1"}, {"Pt1Y", "0"}, {"Pt2X", "0"}, {"Pt2Y", "0"},
-                                                {"Pt3X", "0"}, {"Pt3Y", "1"}, {"Pt4X", "1"}, {"Pt4Y", "1"}})));
-    EXPECT_EQ("Flip", NameOf(op, Config(op, {{"Pt1X", "0"}, {"Pt1Y", "1"}, {"Pt2X", "1"}, {"Pt2Y", "1"},
-                                              {"Pt3X", "1"}, {"Pt3Y", "0"}, {"Pt4X", "0"}, {"Pt4Y", "0"}})));
+    EXPECT_EQ("Mirror", NameOf(op, Config(op, {{"Pt1X", "1"},
+                                               {"Pt1Y", "0"},
+                                               {"Pt2X", "0"},
+                                               {"Pt2Y", "0"},
+                                               {"Pt3X", "0"},
+                                               {"Pt3Y", "1"},
+                                               {"Pt4X", "1"},
+                                               {"Pt4Y", "1"}})));
+    EXPECT_EQ("Flip", NameOf(op, Config(op, {{"Pt1X", "0"},
+                                             {"Pt1Y", "1"},
+                                             {"Pt2X", "1"},
+                                             {"Pt2Y", "1"},
+                                             {"Pt3X", "1"},
+                                             {"Pt3Y", "0"},
+                                             {"Pt4X", "0"},
+                                             {"Pt4Y", "0"}})));
 }
 
 TEST(PerspectiveOperation, MirrorPointsMirrorTheImageExactly) {
     auto op = Op<CDocumentOperationRasterImagePerspective>();
     const auto src = Pattern(3 * 2);
     auto doc = Document({3, 2}, {0, 0}, {3, 2}, src);
-    ASSERT_EQ(S_OK, Activate(op, doc, Config(op, {{"Mode", "0"}, {"Pt1X", "1"}, {"Pt1Y", "0"}, {"Pt2X", "0"},
-                                                  {"Pt2Y", "0"}, {"Pt3X", "0"}, {"Pt3Y", "1"}, {"Pt4X", "1"},
-                                                  {"Pt4Y", "1"}})));
+    ASSERT_EQ(S_OK, Activate(op, doc,
+                             Config(op, {{"Mode", "0"},
+                                         {"Pt1X", "1"},
+                                         {"Pt1Y", "0"},
+                                         {"Pt2X", "0"},
+                                         {"Pt2Y", "0"},
+                                         {"Pt3X", "0"},
+                                         {"Pt3Y", "1"},
+                                         {"Pt4X", "1"},
+                                         {"Pt4Y", "1"}})));
     const auto s = State(doc);
     for (int y = 0; y < 2; ++y)
         for (int x = 0; x < 3; ++x) EXPECT_EQ(src[y * 3 + 2 - x].n, s.content[y * 3 + x].n);
@@ -249,9 +268,16 @@ TEST(PerspectiveOperation, CollapsedPointsFailAndChangeNothing) {
     auto op = Op<CDocumentOperationRasterImagePerspective>();
     const auto src = Pattern(4);
     auto doc = Document({2, 2}, {0, 0}, {2, 2}, src);
-    EXPECT_EQ(E_FAIL, Activate(op, doc, Config(op, {{"Mode", "0"}, {"Pt1X", "0"}, {"Pt1Y", "0"}, {"Pt2X", "0.5"},
-                                                    {"Pt2Y", "0.5"}, {"Pt3X", "1"}, {"Pt3Y", "1"}, {"Pt4X", "0.25"},
-                                                    {"Pt4Y", "0.25"}})));
+    EXPECT_EQ(E_FAIL, Activate(op, doc,
+                               Config(op, {{"Mode", "0"},
+                                           {"Pt1X", "0"},
+                                           {"Pt1Y", "0"},
+                                           {"Pt2X", "0.5"},
+                                           {"Pt2Y", "0.5"},
+                                           {"Pt3X", "1"},
+                                           {"Pt3Y", "1"},
+                                           {"Pt4X", "0.25"},
+                                           {"Pt4Y", "0.25"}})));
     const auto s = State(doc);
     for (int i = 0; i < 4; ++i) EXPECT_EQ(src[i].n, s.content[i].n);
 }
@@ -284,8 +310,15 @@ TEST(PerspectiveOperation, CopyTransformedLeavesTheSourceAndTransformsTheCopy) {
     auto doc = Document({3, 2}, {0, 0}, {3, 2}, src);
     ComPtr<IDocumentBase> base = zthost::CreateDocumentBase();
     ASSERT_TRUE(base);
-    auto flip = Config(op, {{"Mode", "0"}, {"Pt1X", "0"}, {"Pt1Y", "1"}, {"Pt2X", "1"}, {"Pt2Y", "1"}, {"Pt3X", "1"},
-                            {"Pt3Y", "0"}, {"Pt4X", "0"}, {"Pt4Y", "0"}});
+    auto flip = Config(op, {{"Mode", "0"},
+                            {"Pt1X", "0"},
+                            {"Pt1Y", "1"},
+                            {"Pt2X", "1"},
+                            {"Pt2Y", "1"},
+                            {"Pt3X", "1"},
+                            {"Pt3Y", "0"},
+                            {"Pt4X", "0"},
+                            {"Pt4Y", "0"}});
     ASSERT_EQ(S_OK, filter->CopyTransformed(doc, flip, base, u"copy"));
     ComPtr<IDocument> copy;
     ASSERT_EQ(S_OK, base->DocumentGet(u"copy", copy.out()));
@@ -402,7 +435,7 @@ TEST(CanvasResize, AlignmentPlacesTheImage) {
     const float topLeft[2] = {-1, -1}, bottomRight[2] = {1, 1}, centre[2] = {0, 0};
     EXPECT_EQ(0.0f, CanvasResize(10, 10, false, 4, 4, topLeft).tx);
     EXPECT_EQ(4.0f, CanvasResize(10, 10, false, 4, 4, bottomRight).ty);
-    EXPECT_EQ(1.0f, CanvasResize(10, 10, false, 3, 3, centre).tx);    // 1.5 truncated
+    EXPECT_EQ(1.0f, CanvasResize(10, 10, false, 3, 3, centre).tx);     // 1.5 truncated
     EXPECT_EQ(-1.0f, CanvasResize(10, 10, false, -3, -3, centre).tx);  // toward zero
     EXPECT_TRUE(CanvasResize(10, 10, false, 0, 0, centre).nothing);
     EXPECT_TRUE(CanvasResize(10, 10, true, 10, 10, bottomRight).nothing);

@@ -4,9 +4,9 @@
 
 #include <vector>
 
-#include "operations/geometry/transformers.h"
 #include "operations/geometry/resample.h"
 #include "operations/geometry/resample_kernels.h"
+#include "operations/geometry/transformers.h"
 
 using namespace zt;
 using namespace zt::resample;
@@ -24,7 +24,7 @@ TPixelChannel Px(uint8_t aB, uint8_t aG, uint8_t aR, uint8_t aA) {
 TPixelChannel Grey(uint8_t aV) { return Px(aV, aV, aV, 255); }
 
 std::vector<TPixelChannel> Scale(const std::vector<TPixelChannel>& aSource, TImageSize aFrom, TImageSize aTo,
-                               bool aCubic, const SGammaTables* aGamma = nullptr) {
+                                 bool aCubic, const SGammaTables* aGamma = nullptr) {
     std::vector<TPixelChannel> out(size_t(aTo.nX) * aTo.nY, Px(1, 2, 3, 4));
     Resample(aSource.data(), aFrom, aFrom.nX, out.data(), aTo, aTo.nX, aCubic, aGamma);
     return out;
@@ -226,12 +226,14 @@ TEST(CoverageTile, TilesGiveTheSamePixelsAsTheWholeCanvas) {
     const TMatrix3x3f m = {{2.3f, 0, 0, 0, 13.0f / 6, 0, 0, 0, 1}};
     const TPixelChannel fill = Px(1, 1, 1, 1);
     std::vector<TPixelChannel> whole(23 * 13);
-    ASSERT_EQ(S_OK, CResamplingHelperCoverage(setup.sourceSize, setup.targetSize, setup.cubic).ProcessTile(1, 2.2f, &fill, &m, src.data(), {0, 0}, {10, 6}, {1, 10},
-                                        whole.data(), {0, 0}, {23, 13}, {1, 23}));
+    ASSERT_EQ(S_OK, CResamplingHelperCoverage(setup.sourceSize, setup.targetSize, setup.cubic)
+                        .ProcessTile(1, 2.2f, &fill, &m, src.data(), {0, 0}, {10, 6}, {1, 10}, whole.data(), {0, 0},
+                                     {23, 13}, {1, 23}));
     // A tile of the target with an odd origin and a wider row step.
     std::vector<TPixelChannel> tile(30 * 5);
-    ASSERT_EQ(S_OK, CResamplingHelperCoverage(setup.sourceSize, setup.targetSize, setup.cubic).ProcessTile(1, 2.2f, &fill, &m, src.data(), {0, 0}, {10, 6}, {1, 10}, tile.data(),
-                                        {5, 7}, {12, 5}, {1, 30}));
+    ASSERT_EQ(S_OK, CResamplingHelperCoverage(setup.sourceSize, setup.targetSize, setup.cubic)
+                        .ProcessTile(1, 2.2f, &fill, &m, src.data(), {0, 0}, {10, 6}, {1, 10}, tile.data(), {5, 7},
+                                     {12, 5}, {1, 30}));
     for (int y = 0; y < 5; ++y)
         for (int x = 0; x < 12; ++x) EXPECT_EQ(whole[(y + 7) * 23 + x + 5].n, tile[y * 30 + x].n);
 }
@@ -242,8 +244,9 @@ TEST(CoverageTile, TranslatedImageIsSurroundedByTheDefault) {
     const TMatrix3x3f m = {{2, 0, 0, 0, 2, 0, 1, 1, 1}};
     const TPixelChannel fill = Px(9, 9, 9, 9);
     std::vector<TPixelChannel> out(6 * 6);
-    ASSERT_EQ(S_OK, CResamplingHelperCoverage(setup.sourceSize, setup.targetSize, setup.cubic).ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {2, 2}, {1, 2}, out.data(),
-                                        {0, 0}, {6, 6}, {1, 6}));
+    ASSERT_EQ(S_OK, CResamplingHelperCoverage(setup.sourceSize, setup.targetSize, setup.cubic)
+                        .ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {2, 2}, {1, 2}, out.data(), {0, 0}, {6, 6},
+                                     {1, 6}));
     for (int y = 0; y < 6; ++y)
         for (int x = 0; x < 6; ++x)
             EXPECT_EQ((x >= 1 && x < 5 && y >= 1 && y < 5) ? Grey(100).n : fill.n, out[y * 6 + x].n) << x << "," << y;
@@ -255,10 +258,12 @@ TEST(CoverageTile, RefusesOtherChannelCountsAndShortRows) {
     const TMatrix3x3f m = {{2, 0, 0, 0, 2, 0, 0, 0, 1}};
     const TPixelChannel fill{};
     std::vector<TPixelChannel> out(16);
-    EXPECT_EQ(E_NOTIMPL, CResamplingHelperCoverage(setup.sourceSize, setup.targetSize, setup.cubic).ProcessTile(2, 1.0f, &fill, &m, src.data(), {0, 0}, {2, 2}, {1, 2},
-                                             out.data(), {0, 0}, {4, 4}, {1, 4}));
-    EXPECT_EQ(E_FAIL, CResamplingHelperCoverage(setup.sourceSize, setup.targetSize, setup.cubic).ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {2, 2}, {1, 2}, out.data(),
-                                          {0, 0}, {4, 4}, {1, 3}));
+    EXPECT_EQ(E_NOTIMPL, CResamplingHelperCoverage(setup.sourceSize, setup.targetSize, setup.cubic)
+                             .ProcessTile(2, 1.0f, &fill, &m, src.data(), {0, 0}, {2, 2}, {1, 2}, out.data(), {0, 0},
+                                          {4, 4}, {1, 4}));
+    EXPECT_EQ(E_FAIL, CResamplingHelperCoverage(setup.sourceSize, setup.targetSize, setup.cubic)
+                          .ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {2, 2}, {1, 2}, out.data(), {0, 0},
+                                       {4, 4}, {1, 3}));
 }
 
 TEST(CoverageTile, SourceAbsentFromTheCanvasGivesTheDefault) {
@@ -268,8 +273,9 @@ TEST(CoverageTile, SourceAbsentFromTheCanvasGivesTheDefault) {
     const TPixelChannel fill = Px(5, 6, 7, 8);
     std::vector<TPixelChannel> out(9);
     // The tile lies far off the image: the image is all default before scaling.
-    ASSERT_EQ(S_OK, CResamplingHelperCoverage(setup.sourceSize, setup.targetSize, setup.cubic).ProcessTile(1, 1.0f, &fill, &m, src.data(), {100, 100}, {2, 2}, {1, 2}, out.data(),
-                                        {0, 0}, {3, 3}, {1, 3}));
+    ASSERT_EQ(S_OK, CResamplingHelperCoverage(setup.sourceSize, setup.targetSize, setup.cubic)
+                        .ProcessTile(1, 1.0f, &fill, &m, src.data(), {100, 100}, {2, 2}, {1, 2}, out.data(), {0, 0},
+                                     {3, 3}, {1, 3}));
     for (const auto& p : out) EXPECT_EQ(fill.n, p.n);
 }
 
@@ -278,8 +284,8 @@ TEST(NearestTile, SamplesPixelCentresAndIgnoresTheTranslation) {
     const TMatrix3x3f m = {{2, 0, 0, 0, 1, 0, -3, 0, 1}};
     const TPixelChannel fill = Px(1, 1, 1, 1);
     std::vector<TPixelChannel> out(9);
-    ASSERT_EQ(S_OK, CResamplingHelperNearest().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {4, 1}, {1, 4}, out.data(), {0, 0}, {9, 1},
-                                       {1, 9}));
+    ASSERT_EQ(S_OK, CResamplingHelperNearest().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {4, 1}, {1, 4},
+                                                           out.data(), {0, 0}, {9, 1}, {1, 9}));
     // Step 2^27: target x samples (x * 2^27 + 2^26) >> 28 = x / 2 rounded down; x = 8 is past the end.
     const uint32_t expected[9] = {Grey(10).n, Grey(10).n, Grey(20).n, Grey(20).n, Grey(30).n,
                                   Grey(30).n, Grey(40).n, Grey(40).n, fill.n};
@@ -291,8 +297,8 @@ TEST(NearestTile, ShrinkingNeverReadsPastTheLastColumn) {
     const TMatrix3x3f m = {{3.0f / 7, 0, 0, 0, 2.0f / 3, 0, 0, 0, 1}};
     const TPixelChannel fill{};
     std::vector<TPixelChannel> out(5 * 4);
-    EXPECT_EQ(S_OK, CResamplingHelperNearest().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {7, 3}, {1, 7}, out.data(), {-1, -1}, {5, 4},
-                                       {1, 5}));
+    EXPECT_EQ(S_OK, CResamplingHelperNearest().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {7, 3}, {1, 7},
+                                                           out.data(), {-1, -1}, {5, 4}, {1, 5}));
 }
 
 // ---------------------------------------------------------------- sizes and resolution

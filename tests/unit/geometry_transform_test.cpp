@@ -6,11 +6,11 @@
 #include <vector>
 
 #include "frame/object.h"
-#include "operations/geometry/transformers.h"
 #include "operations/geometry/perspective.h"
 #include "operations/geometry/rotate.h"
 #include "operations/geometry/transform_kernels.h"
 #include "operations/geometry/transformation_wrapper.h"
+#include "operations/geometry/transformers.h"
 
 using namespace zt;
 using namespace zt::transform;
@@ -109,8 +109,8 @@ TEST(RotateTile, QuarterTurnRightIsAnExactCopy) {
     const TMatrix3x3f m = {{0, 1, 0, -1, 0, 0, 2, 0, 1}};
     const TPixelChannel fill = Px(1, 2, 3, 4);
     std::vector<TPixelChannel> out(2 * 3);
-    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 2.2f, &fill, &m, src.data(), {0, 0}, {3, 2}, {1, 3}, out.data(), {0, 0},
-                                      {2, 3}, {1, 2}));
+    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 2.2f, &fill, &m, src.data(), {0, 0}, {3, 2}, {1, 3},
+                                                         out.data(), {0, 0}, {2, 3}, {1, 2}));
     for (int y = 0; y < 3; ++y)
         for (int x = 0; x < 2; ++x) EXPECT_EQ(src[(1 - x) * 3 + y].n, out[y * 2 + x].n) << x << "," << y;
 }
@@ -120,8 +120,8 @@ TEST(RotateTile, QuarterTurnLeftIsAnExactCopy) {
     const TMatrix3x3f m = {{0, -1, 0, 1, 0, 0, 0, 3, 1}};
     const TPixelChannel fill = Px(1, 2, 3, 4);
     std::vector<TPixelChannel> out(2 * 3);
-    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {3, 2}, {1, 3}, out.data(), {0, 0},
-                                      {2, 3}, {1, 2}));
+    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {3, 2}, {1, 3},
+                                                         out.data(), {0, 0}, {2, 3}, {1, 2}));
     // Source column m[7] - 1 - y, row x - m[6].
     for (int y = 0; y < 3; ++y)
         for (int x = 0; x < 2; ++x) EXPECT_EQ(src[x * 3 + (2 - y)].n, out[y * 2 + x].n) << x << "," << y;
@@ -132,8 +132,8 @@ TEST(RotateTile, HalfTurnWritesBackwardAndIgnoresTheTranslation) {
     const TMatrix3x3f m = {{-1, 0, 0, 0, -1, 0, 77, -5, 1}};
     const TPixelChannel fill{};
     std::vector<TPixelChannel> out(4 * 3);
-    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {4, 3}, {1, 4}, out.data(), {0, 0},
-                                      {4, 3}, {1, 4}));
+    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {4, 3}, {1, 4},
+                                                         out.data(), {0, 0}, {4, 3}, {1, 4}));
     for (int i = 0; i < 12; ++i) EXPECT_EQ(src[i].n, out[11 - i].n);
 }
 
@@ -142,8 +142,8 @@ TEST(RotateTile, OutsideTheSourceIsTheDefault) {
     const TMatrix3x3f m = {{0, 1, 0, -1, 0, 0, 2, 1, 1}};
     const TPixelChannel fill = Px(9, 9, 9, 9);
     std::vector<TPixelChannel> out(3 * 3);
-    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {2, 2}, {1, 2}, out.data(), {0, 0},
-                                      {3, 3}, {1, 3}));
+    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {2, 2}, {1, 2},
+                                                         out.data(), {0, 0}, {3, 3}, {1, 3}));
     for (int x = 0; x < 3; ++x) EXPECT_EQ(fill.n, out[x].n);  // row 0: source column -1
 }
 
@@ -153,12 +153,12 @@ TEST(RotateTile, GeneralPathIsIndependentOfTiles) {
     const TMatrix3x3f m = {{c, -s, 0, s, c, 0, 1.5f, 3.25f, 1}};
     const TPixelChannel fill = Px(0, 0, 0, 0);
     std::vector<TPixelChannel> whole(40 * 9);
-    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 2.2f, &fill, &m, src.data(), {0, 0}, {9, 7}, {1, 9}, whole.data(), {0, 0},
-                                      {40, 9}, {1, 40}));
+    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 2.2f, &fill, &m, src.data(), {0, 0}, {9, 7}, {1, 9},
+                                                         whole.data(), {0, 0}, {40, 9}, {1, 40}));
     // Tiles starting on the same 16-pixel anchors of each row give the same pixels.
     std::vector<TPixelChannel> tile(24 * 4);
-    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 2.2f, &fill, &m, src.data(), {0, 0}, {9, 7}, {1, 9}, tile.data(), {16, 3},
-                                      {24, 4}, {1, 24}));
+    ASSERT_EQ(S_OK, CTransformHelperRotate().ProcessTile(1, 2.2f, &fill, &m, src.data(), {0, 0}, {9, 7}, {1, 9},
+                                                         tile.data(), {16, 3}, {24, 4}, {1, 24}));
     for (int y = 0; y < 4; ++y)
         for (int x = 0; x < 24; ++x) EXPECT_EQ(whole[(y + 3) * 40 + x + 16].n, tile[y * 24 + x].n);
 }
@@ -168,13 +168,13 @@ TEST(TransformTile, MirrorAndFlipAreExactCopies) {
     const TPixelChannel fill = Px(1, 1, 1, 1);
     std::vector<TPixelChannel> out(3 * 2);
     const TMatrix3x3f mirror = {{-1, 0, 0, 0, 1, 0, 3, 0, 1}};
-    ASSERT_EQ(S_OK, CStackTransformHelper().ProcessTile(1, 2.2f, &fill, &mirror, src.data(), {0, 0}, {3, 2}, {1, 3}, out.data(),
-                                         {0, 0}, {3, 2}, {1, 3}));
+    ASSERT_EQ(S_OK, CStackTransformHelper().ProcessTile(1, 2.2f, &fill, &mirror, src.data(), {0, 0}, {3, 2}, {1, 3},
+                                                        out.data(), {0, 0}, {3, 2}, {1, 3}));
     for (int y = 0; y < 2; ++y)
         for (int x = 0; x < 3; ++x) EXPECT_EQ(src[y * 3 + 2 - x].n, out[y * 3 + x].n);
     const TMatrix3x3f flip = {{1, 0, 0, 0, -1, 0, 0, 2, 1}};
-    ASSERT_EQ(S_OK, CStackTransformHelper().ProcessTile(1, 2.2f, &fill, &flip, src.data(), {0, 0}, {3, 2}, {1, 3}, out.data(), {0, 0},
-                                         {3, 2}, {1, 3}));
+    ASSERT_EQ(S_OK, CStackTransformHelper().ProcessTile(1, 2.2f, &fill, &flip, src.data(), {0, 0}, {3, 2}, {1, 3},
+                                                        out.data(), {0, 0}, {3, 2}, {1, 3}));
     for (int y = 0; y < 2; ++y)
         for (int x = 0; x < 3; ++x) EXPECT_EQ(src[(1 - y) * 3 + x].n, out[y * 3 + x].n);
 }
@@ -187,8 +187,8 @@ TEST(TransformTile, IdentityThroughTheGeneralPathKeepsOpaquePixels) {
     ASSERT_TRUE(PerspectiveMatrix(points, 6, 5, &m));
     const TPixelChannel fill = Px(0, 0, 0, 255);
     std::vector<TPixelChannel> out(6 * 5);
-    ASSERT_EQ(S_OK, CStackTransformHelper().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {6, 5}, {1, 6}, out.data(), {0, 0},
-                                         {6, 5}, {1, 6}));
+    ASSERT_EQ(S_OK, CStackTransformHelper().ProcessTile(1, 1.0f, &fill, &m, src.data(), {0, 0}, {6, 5}, {1, 6},
+                                                        out.data(), {0, 0}, {6, 5}, {1, 6}));
     for (size_t i = 0; i < out.size(); ++i) {
         EXPECT_NEAR(src[i].bB, out[i].bB, 1);
         EXPECT_NEAR(src[i].bR, out[i].bR, 1);
@@ -201,8 +201,8 @@ TEST(TransformTile, SingularMatrixStaysInsideTheBuffers) {
     const TMatrix3x3f zero = {{0, 0, 0, 0, 0, 0, 0, 0, 0}};
     const TPixelChannel fill = Px(3, 3, 3, 3);
     std::vector<TPixelChannel> out(9);
-    EXPECT_EQ(S_OK, CStackTransformHelper().ProcessTile(1, 1.0f, &fill, &zero, src.data(), {0, 0}, {2, 2}, {1, 2}, out.data(), {0, 0},
-                                         {3, 3}, {1, 3}));
+    EXPECT_EQ(S_OK, CStackTransformHelper().ProcessTile(1, 1.0f, &fill, &zero, src.data(), {0, 0}, {2, 2}, {1, 2},
+                                                        out.data(), {0, 0}, {3, 3}, {1, 3}));
 }
 
 // ---------------------------------------------------------------- rotation plan
@@ -360,13 +360,13 @@ TEST(PerspectiveWrapper, IndexAndOutPointerChecks) {
 
 TEST(AffineWrapper, PointsOfAnUnturnedRectangle) {
     const float scale[2] = {1, 1}, move[2] = {0, 0};
-    auto w = Own(CComObject<CTransformationWrapperAffine>::Create<ICanvasInteractingWrapper>(100u, 50u, scale, 0.0f,
-                                                                                             move));
+    auto w =
+        Own(CComObject<CTransformationWrapperAffine>::Create<ICanvasInteractingWrapper>(100u, 50u, scale, 0.0f, move));
     EXPECT_EQ(10u, w->GetControlPointCount());
     float x, y;
     uint32_t cls;
-    const float expected[10][3] = {{0, 0, 0},    {50, 0, 1},    {100, 0, 0},  {100, 25, 1}, {100, 50, 0},
-                                   {50, 50, 1}, {0, 50, 0},    {0, 25, 1},   {85, 25, 2},  {50, 25, 0}};
+    const float expected[10][3] = {{0, 0, 0},   {50, 0, 1}, {100, 0, 0}, {100, 25, 1}, {100, 50, 0},
+                                   {50, 50, 1}, {0, 50, 0}, {0, 25, 1},  {85, 25, 2},  {50, 25, 0}};
     for (uint32_t i = 0; i < 10; ++i) {
         Point(w, i, &x, &y, &cls);
         EXPECT_NEAR(expected[i][0], x, 1e-4) << i;
@@ -379,8 +379,8 @@ TEST(AffineWrapper, PointsOfAnUnturnedRectangle) {
 
 TEST(AffineWrapper, CornerDragKeepsTheOppositeCorner) {
     const float scale[2] = {1, 1}, move[2] = {0, 0};
-    auto w = Own(CComObject<CTransformationWrapperAffine>::Create<ICanvasInteractingWrapper>(100u, 50u, scale, 0.0f,
-                                                                                             move));
+    auto w =
+        Own(CComObject<CTransformationWrapperAffine>::Create<ICanvasInteractingWrapper>(100u, 50u, scale, 0.0f, move));
     const float pos[2] = {120, 70};
     ICanvasInteractingWrapper* out = nullptr;
     ASSERT_EQ(S_OK, w->SetControlPoint(4, pos, false, 1, &out, nullptr));
@@ -399,8 +399,8 @@ TEST(AffineWrapper, CornerDragKeepsTheOppositeCorner) {
 
 TEST(AffineWrapper, EdgeHandlesDivideByTheHeightOnBothAxes) {
     const float scale[2] = {1, 1}, move[2] = {0, 0};
-    auto w = Own(CComObject<CTransformationWrapperAffine>::Create<ICanvasInteractingWrapper>(100u, 50u, scale, 0.0f,
-                                                                                             move));
+    auto w =
+        Own(CComObject<CTransformationWrapperAffine>::Create<ICanvasInteractingWrapper>(100u, 50u, scale, 0.0f, move));
     ICanvasInteractingWrapper* out = nullptr;
     const float top[2] = {50, -10};
     ASSERT_EQ(S_OK, w->SetControlPoint(1, top, false, 1, &out, nullptr));
@@ -423,8 +423,8 @@ TEST(AffineWrapper, EdgeHandlesDivideByTheHeightOnBothAxes) {
 
 TEST(AffineWrapper, RotationHandleWithoutATurnReturnsTheSameWrapper) {
     const float scale[2] = {1, 1}, move[2] = {0, 0};
-    auto w = Own(CComObject<CTransformationWrapperAffine>::Create<ICanvasInteractingWrapper>(100u, 50u, scale, 0.0f,
-                                                                                             move));
+    auto w =
+        Own(CComObject<CTransformationWrapperAffine>::Create<ICanvasInteractingWrapper>(100u, 50u, scale, 0.0f, move));
     ICanvasInteractingWrapper* out = nullptr;
     const float same[2] = {95, 25};
     EXPECT_EQ(S_FALSE, w->SetControlPoint(8, same, false, 1, &out, nullptr));
@@ -449,8 +449,8 @@ TEST(BilinearTransformHelper, ClassTableMakesTheTransformProducer) {
     const TMatrix3x3f mirror = {{-1, 0, 0, 0, 1, 0, 2, 0, 1}};
     const TPixelChannel fill{};
     std::vector<TPixelChannel> out(2);
-    ASSERT_EQ(S_OK, helper->ProcessTile(1, 2.2f, &fill, &mirror, src.data(), {0, 0}, {2, 1}, {1, 2}, out.data(),
-                                        {0, 0}, {2, 1}, {1, 2}));
+    ASSERT_EQ(S_OK, helper->ProcessTile(1, 2.2f, &fill, &mirror, src.data(), {0, 0}, {2, 1}, {1, 2}, out.data(), {0, 0},
+                                        {2, 1}, {1, 2}));
     EXPECT_EQ(src[1].n, out[0].n);
     EXPECT_EQ(src[0].n, out[1].n);
 }

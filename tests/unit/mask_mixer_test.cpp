@@ -19,9 +19,7 @@ TEST(MaskMixer, ZeroMaskOnOpaquePixelsGivesTheOldPixelExactly) {
     EXPECT_EQ(0xFFABCDEFu, MixMasked(Px(0xFF123456u), Px(0xFFABCDEFu), 0).n);
 }
 
-TEST(MaskMixer, NewAlphaZeroUnderFullMaskIsZero) {
-    EXPECT_EQ(0u, MixMasked(Px(0x00123456u), Px(0xC8ABCDEFu), 255).n);
-}
+TEST(MaskMixer, NewAlphaZeroUnderFullMaskIsZero) { EXPECT_EQ(0u, MixMasked(Px(0x00123456u), Px(0xC8ABCDEFu), 255).n); }
 
 TEST(MaskMixer, HalfMaskBetweenOpaqueAndTransparentKeepsTheColourAtAboutHalfAlpha) {
     // wNew = 255 x 128 = 32640, wOld = 0: colour of the new pixel, alpha 32640 / 255 = 128.

@@ -56,7 +56,7 @@ protected:
         CConfigValue id;
         ReadItem(config, u"Operation", id);
         EXPECT_EQ(S_OK, zthost::OperationManager()->Activate(nullptr, copy, &id.Raw(), inner, nullptr, nullptr,
-                                                               LANG_ENGLISH));
+                                                             LANG_ENGLISH));
         return Content(copy);
     }
 
@@ -73,9 +73,8 @@ protected:
 };
 std::shared_ptr<zthost::Module> MaskOperations::module_;
 
-const std::vector<uint32_t> kOpaque = {0xFFC02020u, 0xFF20C020u, 0xFF2020C0u, 0xFF808000u,
-                                       0xFFC02020u, 0xFF20C020u, 0xFF2020C0u, 0xFF808000u,
-                                       0xFFC02020u, 0xFF20C020u, 0xFF2020C0u, 0xFF808000u};
+const std::vector<uint32_t> kOpaque = {0xFFC02020u, 0xFF20C020u, 0xFF2020C0u, 0xFF808000u, 0xFFC02020u, 0xFF20C020u,
+                                       0xFF2020C0u, 0xFF808000u, 0xFFC02020u, 0xFF20C020u, 0xFF2020C0u, 0xFF808000u};
 
 }  // namespace
 
@@ -133,8 +132,8 @@ TEST_F(MaskOperations, AutoMaskMixesByMaskBytes) {
     EXPECT_EQ(S_OK, Activate(Auto(), doc, config, context));
     const std::vector<uint32_t> after = Content(doc);
     for (int y = 0; y < 3; ++y) {
-        EXPECT_EQ(kOpaque[y * 4], after[y * 4]);            // mask 0: old exactly
-        EXPECT_EQ(shifted[y * 4 + 2], after[y * 4 + 2]);    // mask 255: new exactly
+        EXPECT_EQ(kOpaque[y * 4], after[y * 4]);          // mask 0: old exactly
+        EXPECT_EQ(shifted[y * 4 + 2], after[y * 4 + 2]);  // mask 255: new exactly
         // Mask 128 on opaque pixels: (N x 32640 + O x 32385) / 65025 per channel, alpha 255.
         const uint32_t n = shifted[y * 4 + 1], o = kOpaque[y * 4 + 1];
         uint32_t mixed = 0xFF000000u;

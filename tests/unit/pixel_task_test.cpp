@@ -57,9 +57,9 @@ TEST(RectImageInspect, RectangleAroundTheContentGivesFiveTilesInOrder) {
             EXPECT_EQ(1u, v.tiles[i].nPixels);
         }
     };
-    check(0, 8, 18, 8, 2, true);   // above
-    check(1, 8, 20, 2, 3, true);   // left
-    check(2, 10, 20, 4, 3, false); // content
+    check(0, 8, 18, 8, 2, true);    // above
+    check(1, 8, 20, 2, 3, true);    // left
+    check(2, 10, 20, 4, 3, false);  // content
     EXPECT_EQ(7u, v.tiles[2].nStrideY);
     check(3, 14, 20, 2, 3, true);  // right
     check(4, 8, 23, 8, 2, true);   // below

@@ -6,8 +6,8 @@
 
 #include "frame/class_table.h"
 #include "frame/schema.h"
-#include "operations/colour/shift_hue.h"
 #include "operation_test_support.h"
+#include "operations/colour/shift_hue.h"
 
 using namespace zt;
 
@@ -124,9 +124,9 @@ TEST(Schema, TablesThatCannotWorkAreRefused) {
     EXPECT_THROW(make({{0, "two words", u"0"}}), std::logic_error);
     EXPECT_THROW(make({{0, "", u"0"}}), std::logic_error);
     EXPECT_THROW(make({{0, "zero", u"0"}}, {{u"C", ECOCEqual, Long(0)}}), std::logic_error);  // no such item before
-    EXPECT_THROW((CSchema<SOne>{Simple(u"A", &SOne::a, u"[0409]A", nullptr, 0),
-                                Simple(u"A", &SOne::b, u"[0409]A", nullptr, 0)}),
-                 std::logic_error);
+    EXPECT_THROW(
+        (CSchema<SOne>{Simple(u"A", &SOne::a, u"[0409]A", nullptr, 0), Simple(u"A", &SOne::b, u"[0409]A", nullptr, 0)}),
+        std::logic_error);
 }
 
 TEST(Schema, EveryOperationBuildsItsConfigurationAndNamesEveryOption) {

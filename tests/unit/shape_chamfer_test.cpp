@@ -47,9 +47,9 @@ TEST(ChamferDistance, SeedsOnTheRingStayZero) {
     map[0] = 0;
     ChamferDistance(map.data(), 5, 5, 100000, 256);
     EXPECT_EQ(0u, map[0]);
-    EXPECT_EQ(256u, map[1]);      // a ring cell takes the ring value
-    EXPECT_EQ(362u, map[1 * 5 + 1]);      // a diagonal from the seed
-    EXPECT_EQ(724u, map[2 * 5 + 2]);      // and one more
+    EXPECT_EQ(256u, map[1]);          // a ring cell takes the ring value
+    EXPECT_EQ(362u, map[1 * 5 + 1]);  // a diagonal from the seed
+    EXPECT_EQ(724u, map[2 * 5 + 2]);  // and one more
 }
 
 TEST(ChamferDistance, LimitCapsEveryCell) {

@@ -20,7 +20,7 @@ namespace {
 using pictest::Picture;
 
 // The test shape's colour, and the colours the runs draw with.
-const pictest::Palette kPalette = {{".", 0u},           {"O", 0xFF785028u}, {"R", 0xFFFF0000u},
+const pictest::Palette kPalette = {{".", 0u},          {"O", 0xFF785028u}, {"R", 0xFFFF0000u},
                                    {"G", 0xFF00FF00u}, {"B", 0xFF0000FFu}, {"Y", 0xFFFFFF00u}};
 
 // Red 90, green 60, blue 30.
@@ -101,16 +101,14 @@ TEST(DropShadowComposite, OuterBehindPartialAndSolid) {
 }
 
 TEST(DropShadowComposite, OuterWithMaskZeroLiesOverTheImage) {
-    EXPECT_EQ(std::vector<uint8_t>({131, 78, 78, 160}),
-              Bytes(ComposeOuterMasked(kPixel, 100, 0, Colour(), Tables())));
+    EXPECT_EQ(std::vector<uint8_t>({131, 78, 78, 160}), Bytes(ComposeOuterMasked(kPixel, 100, 0, Colour(), Tables())));
     EXPECT_EQ(std::vector<uint8_t>({30, 60, 90, 255}), Bytes(ComposeOuterMasked(kPixel, 300, 0, Colour(), Tables())));
 }
 
 TEST(DropShadowComposite, OuterWithMaskBetweenSplitsTheShadow) {
     EXPECT_EQ(std::vector<uint8_t>({121, 75, 80, 197}),
               Bytes(ComposeOuterMasked(kPixel, 200, 128, Colour(), Tables())));
-    EXPECT_EQ(std::vector<uint8_t>({30, 60, 90, 255}),
-              Bytes(ComposeOuterMasked(kPixel, 600, 128, Colour(), Tables())));
+    EXPECT_EQ(std::vector<uint8_t>({30, 60, 90, 255}), Bytes(ComposeOuterMasked(kPixel, 600, 128, Colour(), Tables())));
 }
 
 TEST(DropShadowComposite, OuterWithFullMaskIsAsWithoutMask) {
@@ -121,8 +119,7 @@ TEST(DropShadowComposite, OuterWithFullMaskIsAsWithoutMask) {
 
 TEST(DropShadowComposite, InnerWithoutMask) {
     EXPECT_EQ(std::vector<uint8_t>({30, 60, 90, 100}), Bytes(ComposeInner(kPixel, 0, nullptr, Colour(), Tables())));
-    EXPECT_EQ(std::vector<uint8_t>({133, 79, 77, 100}),
-              Bytes(ComposeInner(kPixel, 100, nullptr, Colour(), Tables())));
+    EXPECT_EQ(std::vector<uint8_t>({133, 79, 77, 100}), Bytes(ComposeInner(kPixel, 100, nullptr, Colour(), Tables())));
     EXPECT_EQ(kPixel.n, ComposeInner(kPixel, 300, nullptr, Colour(), Tables()).n);
     EXPECT_EQ(0u, ComposeInner(Px(0x00123456u), 0, nullptr, Colour(), Tables()).n & 0xFF000000u);
     EXPECT_EQ(0x00123456u, ComposeInner(Px(0x00123456u), 0, nullptr, Colour(), Tables()).n);
@@ -178,35 +175,41 @@ SShadowParams Params(int32_t aBlending) {
 }  // namespace
 
 TEST(DropShadowRoutine, OuterShadowOfASmallShape) {
-    const std::string expected = Picture({
-        ".        .        .        .        .        .",
-        ".        O        O        ABA94522 R31      R0D",
-        ".        O        O        F8C9391B R8B      R24",
-        ".        ABA94522 F8C9391B FFCB381A RB1      R31",
-        ".        R31      R8B      RB1      R73      R24",
-    }, kPalette);
+    const std::string expected = Picture(
+        {
+            ".        .        .        .        .        .",
+            ".        O        O        ABA94522 R31      R0D",
+            ".        O        O        F8C9391B R8B      R24",
+            ".        ABA94522 F8C9391B FFCB381A RB1      R31",
+            ".        R31      R8B      RB1      R73      R24",
+        },
+        kPalette);
     EXPECT_EQ(expected, Picture(Shadow(Params(EShadowOuter)), 6, kPalette));
 }
 
 TEST(DropShadowRoutine, InnerShadowOfASmallShape) {
-    const std::string expected = Picture({
-        ".        .        .        .        .        .",
-        ".        FFF71506 FFE42911 80DE2E14 .        .",
-        ".        FFE42911 FFA14723 80854E26 .        .",
-        ".        80DE2E14 80854E26 O80      .        .",
-        ".        .        .        .        .        .",
-    }, kPalette);
+    const std::string expected = Picture(
+        {
+            ".        .        .        .        .        .",
+            ".        FFF71506 FFE42911 80DE2E14 .        .",
+            ".        FFE42911 FFA14723 80854E26 .        .",
+            ".        80DE2E14 80854E26 O80      .        .",
+            ".        .        .        .        .        .",
+        },
+        kPalette);
     EXPECT_EQ(expected, Picture(Shadow(Params(EShadowInner)), 6, kPalette));
 }
 
 TEST(DropShadowRoutine, ShadowOnlyOfASmallShape) {
-    const std::string expected = Picture({
-        ".   .   .   .   .   .",
-        ".   R19 R49 R57 R31 R0D",
-        ".   R49 RCC RF1 R8B R24",
-        ".   R57 RF1 R   RB1 R31",
-        ".   R31 R8B RB1 R73 R24",
-    }, kPalette);
+    const std::string expected = Picture(
+        {
+            ".   .   .   .   .   .",
+            ".   R19 R49 R57 R31 R0D",
+            ".   R49 RCC RF1 R8B R24",
+            ".   R57 RF1 R   RB1 R31",
+            ".   R31 R8B RB1 R73 R24",
+        },
+        kPalette);
     EXPECT_EQ(expected, Picture(Shadow(Params(EShadowOnly)), 6, kPalette));
 }
 
@@ -216,34 +219,40 @@ TEST(DropShadowRoutine, SizeZeroIsASharpCopyOfTheOpaqueShapeByTheOffset) {
     p.size = 0.0f;
     p.density = 1.0f;
     p.color = 0;
-    const std::string expected = Picture({
-        ".        .        .        .        .        .",
-        ".        O        O        O80      .        .",
-        ".        O        O        FE57381A .        .",
-        ".        O80      FE57381A FE57381A .        .",
-        ".        .        .        .        .        .",
-    }, kPalette);
+    const std::string expected = Picture(
+        {
+            ".        .        .        .        .        .",
+            ".        O        O        O80      .        .",
+            ".        O        O        FE57381A .        .",
+            ".        O80      FE57381A FE57381A .        .",
+            ".        .        .        .        .        .",
+        },
+        kPalette);
     EXPECT_EQ(expected, Picture(Shadow(p), 6, kPalette));
 }
 
 TEST(DropShadowRoutine, OuterShadowUnderAMask) {
-    const std::vector<uint8_t> mask = {0, 0, 128, 128, 255, 255, 0, 0, 128, 128, 255, 255, 0, 0, 128,
-                                       128, 255, 255, 0, 0, 128, 128, 255, 255, 0, 0, 128, 128, 255, 255};
-    const std::string expected = Picture({
-        ".        .        .        .        .        .",
-        ".        O        FF7D4F27 8D984A23 R18      R06",
-        ".        O        FF874D26 A4B8401E R45      R12",
-        ".        O80      93A24722 ACBF3E1D R57      R18",
-        ".        .        R17      R39      R39      R12",
-    }, kPalette);
+    const std::vector<uint8_t> mask = {0,   0,   128, 128, 255, 255, 0,   0,   128, 128, 255, 255, 0,   0,   128,
+                                       128, 255, 255, 0,   0,   128, 128, 255, 255, 0,   0,   128, 128, 255, 255};
+    const std::string expected = Picture(
+        {
+            ".        .        .        .        .        .",
+            ".        O        FF7D4F27 8D984A23 R18      R06",
+            ".        O        FF874D26 A4B8401E R45      R12",
+            ".        O80      93A24722 ACBF3E1D R57      R18",
+            ".        .        R17      R39      R39      R12",
+        },
+        kPalette);
     EXPECT_EQ(expected, Picture(Shadow(Params(EShadowOuter), mask.data()), 6, kPalette));
-    const std::string inner = Picture({
-        ".        .        .        .        .        .",
-        ".        O        FFC83A1B 80C43C1C .        .",
-        ".        O        FFC23C1C 80B6411F .        .",
-        ".        O80      80C03D1D 80B14320 .        .",
-        ".        .        .        .        .        .",
-    }, kPalette);
+    const std::string inner = Picture(
+        {
+            ".        .        .        .        .        .",
+            ".        O        FFC83A1B 80C43C1C .        .",
+            ".        O        FFC23C1C 80B6411F .        .",
+            ".        O80      80C03D1D 80B14320 .        .",
+            ".        .        .        .        .        .",
+        },
+        kPalette);
     EXPECT_EQ(inner, Picture(Shadow(Params(EShadowInner), mask.data()), 6, kPalette));
 }
 
@@ -272,8 +281,10 @@ TEST(DropShadowRoutine, OpaqueImageWithOuterShadowChangesOnlyTheMargin) {
     bool marginChanged = false;
     for (int y = 0; y < 8; ++y)
         for (int x = 0; x < 8; ++x) {
-            if (x >= 2 && x < 6 && y >= 2 && y < 6) EXPECT_EQ(0xFF336699u, p[y * 8 + x].n);
-            else marginChanged = marginChanged || p[y * 8 + x].n != 0;
+            if (x >= 2 && x < 6 && y >= 2 && y < 6)
+                EXPECT_EQ(0xFF336699u, p[y * 8 + x].n);
+            else
+                marginChanged = marginChanged || p[y * 8 + x].n != 0;
         }
     EXPECT_TRUE(marginChanged);
 }
@@ -311,9 +322,7 @@ TEST(DropShadowRoutine, ShadowColourIsOpaqueWhateverTheColourItemsAlpha) {
     EXPECT_EQ(0xFFFF0000u, big[10 * 12 + 10].n);
 }
 
-TEST(DropShadowRoutine, UnknownBlendingLeavesTheImage) {
-    EXPECT_EQ(Words(SmallShape()), Shadow(Params(7)));
-}
+TEST(DropShadowRoutine, UnknownBlendingLeavesTheImage) { EXPECT_EQ(Words(SmallShape()), Shadow(Params(7))); }
 
 TEST(DropShadowRoutine, InteriorOfWideSemiTransparentAreaCastsNoShadow) {
     // 11 x 11 of alpha 128 everywhere but a transparent border: with size 1 (lim 2) only pixels

@@ -12,8 +12,8 @@
 #include "operations/colour/shift_hue.h"
 #include "operations/shape/drop_shadow.h"
 #include "operations/shape/drop_shadow_kernels.h"
-#include "operations/shape/outlines_kernels.h"
 #include "operations/shape/outlines.h"
+#include "operations/shape/outlines_kernels.h"
 #include "tests/unit/operation_test_support.h"
 #include "tests/unit/shape_test_support.h"
 
@@ -45,8 +45,8 @@ std::vector<TPixelChannel> Tile(IDocument* aDocument, TImagePoint aAt, TImageSiz
     ComPtr<IDocumentImage> image;
     aDocument->QueryFeatureInterface(IDocumentImage::iid, image.out());
     std::vector<TPixelChannel> p(size_t(aSize.nX) * aSize.nY);
-    EXPECT_EQ(S_OK, image->TileGet(CHANNEL_COLOR, &aAt, &aSize, nullptr, uint32_t(p.size()), p.data(), nullptr,
-                                   ACCESS_MODE));
+    EXPECT_EQ(S_OK,
+              image->TileGet(CHANNEL_COLOR, &aAt, &aSize, nullptr, uint32_t(p.size()), p.data(), nullptr, ACCESS_MODE));
     return p;
 }
 
@@ -65,9 +65,9 @@ TEST(DropShadowOperation, ListsItsNameAndItemsInOrder) {
     EXPECT_EQ("Raster Image - Drop Shadow", ListedName(Shadow()));
     EXPECT_EQ("Rastrový obrázek - Vržený stín", ListedName(Shadow(), LANG_CZECH));
     ComPtr<IConfig> config = ConfigOf(Shadow());
-    EXPECT_EQ(std::vector<std::string>({"Density", "Size", "OffsetX", "OffsetY", "Type", "Color", "MaskID",
-                                        "Blending"}),
-              Keys(config));
+    EXPECT_EQ(
+        std::vector<std::string>({"Density", "Size", "OffsetX", "OffsetY", "Type", "Color", "MaskID", "Blending"}),
+        Keys(config));
     const auto items = zthost::DescribeConfig(config);
     EXPECT_EQ(150.0f, items[0].defaultValue->fVal);
     EXPECT_EQ("This value constrols shadow density. Higher value means darker shadow.",

@@ -62,9 +62,9 @@ TEST(OutlineSeeds, AlphaDecidesBothMaps) {
     std::vector<uint32_t> a(5 * 3), b(5 * 3);
     SeedOutlineMaps(p.data(), 3, 1, 1024, a.data(), b.data());
     EXPECT_EQ(std::vector<uint32_t>({0, 0, 0, 0, 0, 0, 0, 0x40, 1024, 0, 0, 0, 0, 0, 0}), a);
-    EXPECT_EQ(std::vector<uint32_t>({1024, 1024, 1024, 1024, 1024, 1024, 1024, 0xBF, 0, 1024, 1024, 1024, 1024,
-                                     1024, 1024}),
-              b);
+    EXPECT_EQ(
+        std::vector<uint32_t>({1024, 1024, 1024, 1024, 1024, 1024, 1024, 0xBF, 0, 1024, 1024, 1024, 1024, 1024, 1024}),
+        b);
 }
 
 TEST(OutlineCompose, BlendTransparentRules) {
@@ -85,7 +85,7 @@ namespace {
 using pictest::Picture;
 
 // The test shape's colour, and the colours the runs draw with.
-const pictest::Palette kPalette = {{".", 0u},           {"O", 0xFF785028u}, {"R", 0xFFFF0000u},
+const pictest::Palette kPalette = {{".", 0u},          {"O", 0xFF785028u}, {"R", 0xFFFF0000u},
                                    {"G", 0xFF00FF00u}, {"B", 0xFF0000FFu}, {"Y", 0xFFFFFF00u}};
 
 // A 4 x 3 opaque block with one half-transparent pixel, padded by the margin the run adds.
@@ -109,128 +109,147 @@ std::vector<uint32_t> RunOutline(float aWidth, int32_t aPosition, int32_t aMode,
 }  // namespace
 
 TEST(OutlineRoutine, InsideReplace) {
-    EXPECT_EQ(Picture({
-                  ".        .        .        .        .        .        .        .",
-                  ".        .        .        .        .        .        .        .",
-                  ".        .        R        R        R        R        .        .",
-                  ".        .        R        R80      FFCB381A R        .        .",
-                  ".        .        R        R        R        R        .        .",
-                  ".        .        .        .        .        .        .        .",
-                  ".        .        .        .        .        .        .        .",
-              }, kPalette),
+    EXPECT_EQ(Picture(
+                  {
+                      ".        .        .        .        .        .        .        .",
+                      ".        .        .        .        .        .        .        .",
+                      ".        .        R        R        R        R        .        .",
+                      ".        .        R        R80      FFCB381A R        .        .",
+                      ".        .        R        R        R        R        .        .",
+                      ".        .        .        .        .        .        .        .",
+                      ".        .        .        .        .        .        .        .",
+                  },
+                  kPalette),
               Picture(RunOutline(1.0f, 0, 1, {1.0f, 0.0f, 0.0f, 1.0f}), 8, kPalette));
 }
 
 TEST(OutlineRoutine, CenteredReplace) {
-    EXPECT_EQ(Picture({
-                  ".        .        .        .        .        .        .        .",
-                  ".        R15      R7F      R7F      R7F      R7F      R15      .",
-                  ".        R7F      FFCB381A FFCB381A FFCB381A FFCB381A R7F      .",
-                  ".        R7F      FFCB381A R        O        FFCB381A R7F      .",
-                  ".        R7F      FFCB381A FFCB381A FFCB381A FFCB381A R7F      .",
-                  ".        R15      R7F      R7F      R7F      R7F      R15      .",
-                  ".        .        .        .        .        .        .        .",
-              }, kPalette),
+    EXPECT_EQ(Picture(
+                  {
+                      ".        .        .        .        .        .        .        .",
+                      ".        R15      R7F      R7F      R7F      R7F      R15      .",
+                      ".        R7F      FFCB381A FFCB381A FFCB381A FFCB381A R7F      .",
+                      ".        R7F      FFCB381A R        O        FFCB381A R7F      .",
+                      ".        R7F      FFCB381A FFCB381A FFCB381A FFCB381A R7F      .",
+                      ".        R15      R7F      R7F      R7F      R7F      R15      .",
+                      ".        .        .        .        .        .        .        .",
+                  },
+                  kPalette),
               Picture(RunOutline(1.0f, 1, 1, {1.0f, 0.0f, 0.0f, 1.0f}), 8, kPalette));
 }
 
 TEST(OutlineRoutine, OutsideReplace) {
-    EXPECT_EQ(Picture({
-                  ".        .        .        .        .        .        .        .",
-                  ".        R95      R        R        R        R        R95      .",
-                  ".        R        O        O        O        O        R        .",
-                  ".        R        O        FFCB381A O        O        R        .",
-                  ".        R        O        O        O        O        R        .",
-                  ".        R95      R        R        R        R        R95      .",
-                  ".        .        .        .        .        .        .        .",
-              }, kPalette),
+    EXPECT_EQ(Picture(
+                  {
+                      ".        .        .        .        .        .        .        .",
+                      ".        R95      R        R        R        R        R95      .",
+                      ".        R        O        O        O        O        R        .",
+                      ".        R        O        FFCB381A O        O        R        .",
+                      ".        R        O        O        O        O        R        .",
+                      ".        R95      R        R        R        R        R95      .",
+                      ".        .        .        .        .        .        .        .",
+                  },
+                  kPalette),
               Picture(RunOutline(1.0f, 2, 1, {1.0f, 0.0f, 0.0f, 1.0f}), 8, kPalette));
 }
 
 TEST(OutlineRoutine, CenteredOutlineOnly) {
-    EXPECT_EQ(Picture({
-                  ".   .   .   .   .   .   .   .",
-                  ".   R15 R7F R7F R7F R7F R15 .",
-                  ".   R7F R7F R7F R7F R7F R7F .",
-                  ".   R7F R7F R   .   R7F R7F .",
-                  ".   R7F R7F R7F R7F R7F R7F .",
-                  ".   R15 R7F R7F R7F R7F R15 .",
-                  ".   .   .   .   .   .   .   .",
-              }, kPalette),
+    EXPECT_EQ(Picture(
+                  {
+                      ".   .   .   .   .   .   .   .",
+                      ".   R15 R7F R7F R7F R7F R15 .",
+                      ".   R7F R7F R7F R7F R7F R7F .",
+                      ".   R7F R7F R   .   R7F R7F .",
+                      ".   R7F R7F R7F R7F R7F R7F .",
+                      ".   R15 R7F R7F R7F R7F R15 .",
+                      ".   .   .   .   .   .   .   .",
+                  },
+                  kPalette),
               Picture(RunOutline(1.0f, 1, 0, {1.0f, 0.0f, 0.0f, 1.0f}), 8, kPalette));
 }
 
 TEST(OutlineRoutine, OutsideBlendTransparent) {
-    EXPECT_EQ(Picture({
-                  ".        .        .        .        .        .        .        .",
-                  ".        B4B      B80      B80      B80      B80      B4B      .",
-                  ".        B80      O        O        O        O        B80      .",
-                  ".        B80      O        A05E3EAC O        O        B80      .",
-                  ".        B80      O        O        O        O        B80      .",
-                  ".        B4B      B80      B80      B80      B80      B4B      .",
-                  ".        .        .        .        .        .        .        .",
-              }, kPalette),
+    EXPECT_EQ(Picture(
+                  {
+                      ".        .        .        .        .        .        .        .",
+                      ".        B4B      B80      B80      B80      B80      B4B      .",
+                      ".        B80      O        O        O        O        B80      .",
+                      ".        B80      O        A05E3EAC O        O        B80      .",
+                      ".        B80      O        O        O        O        B80      .",
+                      ".        B4B      B80      B80      B80      B80      B4B      .",
+                      ".        .        .        .        .        .        .        .",
+                  },
+                  kPalette),
               Picture(RunOutline(1.0f, 2, 2, {0.0f, 0.0f, 1.0f, 0.5f}), 8, kPalette));
 }
 
 TEST(OutlineRoutine, WidthZeroCentered) {
-    EXPECT_EQ(Picture({
-                  ".        .        .        .        .        .        .        .",
-                  ".        .        R0C      R0C      R0C      R0C      .        .",
-                  ".        R0C      FF834E27 FF834E27 FF834E27 FF834E27 R0C      .",
-                  ".        R0C      FF834E27 R4D      O        FF834E27 R0C      .",
-                  ".        R0C      FF834E27 FF834E27 FF834E27 FF834E27 R0C      .",
-                  ".        .        R0C      R0C      R0C      R0C      .        .",
-                  ".        .        .        .        .        .        .        .",
-              }, kPalette),
+    EXPECT_EQ(Picture(
+                  {
+                      ".        .        .        .        .        .        .        .",
+                      ".        .        R0C      R0C      R0C      R0C      .        .",
+                      ".        R0C      FF834E27 FF834E27 FF834E27 FF834E27 R0C      .",
+                      ".        R0C      FF834E27 R4D      O        FF834E27 R0C      .",
+                      ".        R0C      FF834E27 FF834E27 FF834E27 FF834E27 R0C      .",
+                      ".        .        R0C      R0C      R0C      R0C      .        .",
+                      ".        .        .        .        .        .        .        .",
+                  },
+                  kPalette),
               Picture(RunOutline(0.0f, 1, 1, {1.0f, 0.0f, 0.0f, 1.0f}), 8, kPalette));
 }
 
 TEST(OutlineRoutine, InsideBlendTransparent) {
-    EXPECT_EQ(Picture({
-                  ".        .        .        .        .        .        .        .        .        .",
-                  ".        .        .        .        .        .        .        .        .        .",
-                  ".        .        .        .        .        .        .        .        .        .",
-                  ".        .        .        FF699721 FF699721 FF699721 FF699721 .        .        .",
-                  ".        .        .        FF699721 906B9122 FF699721 FF699721 .        .        .",
-                  ".        .        .        FF699721 FF699721 FF699721 FF699721 .        .        .",
-                  ".        .        .        .        .        .        .        .        .        .",
-                  ".        .        .        .        .        .        .        .        .        .",
-                  ".        .        .        .        .        .        .        .        .        .",
-              }, kPalette),
+    EXPECT_EQ(Picture(
+                  {
+                      ".        .        .        .        .        .        .        .        .        .",
+                      ".        .        .        .        .        .        .        .        .        .",
+                      ".        .        .        .        .        .        .        .        .        .",
+                      ".        .        .        FF699721 FF699721 FF699721 FF699721 .        .        .",
+                      ".        .        .        FF699721 906B9122 FF699721 FF699721 .        .        .",
+                      ".        .        .        FF699721 FF699721 FF699721 FF699721 .        .        .",
+                      ".        .        .        .        .        .        .        .        .        .",
+                      ".        .        .        .        .        .        .        .        .        .",
+                      ".        .        .        .        .        .        .        .        .        .",
+                  },
+                  kPalette),
               Picture(RunOutline(2.0f, 0, 2, {0.0f, 1.0f, 0.0f, 0.25f}), 10, kPalette));
 }
 
 TEST(OutlineRoutine, InsideOutlineOnly) {
-    EXPECT_EQ(Picture({
-                  ".        .        .        .        .        .        .        .        .        .",
-                  ".        .        .        .        .        .        .        .        .        .",
-                  ".        .        .        .        .        .        .        .        .        .",
-                  ".        .        .        FF7CAAFF FF7CAAFF FF7CAAFF FF7CAAFF .        .        .",
-                  ".        .        .        FF7CAAFF 807CAAFF FF7CAAFF FF7CAAFF .        .        .",
-                  ".        .        .        FF7CAAFF FF7CAAFF FF7CAAFF FF7CAAFF .        .        .",
-                  ".        .        .        .        .        .        .        .        .        .",
-                  ".        .        .        .        .        .        .        .        .        .",
-                  ".        .        .        .        .        .        .        .        .        .",
-              }, kPalette),
+    EXPECT_EQ(Picture(
+                  {
+                      ".        .        .        .        .        .        .        .        .        .",
+                      ".        .        .        .        .        .        .        .        .        .",
+                      ".        .        .        .        .        .        .        .        .        .",
+                      ".        .        .        FF7CAAFF FF7CAAFF FF7CAAFF FF7CAAFF .        .        .",
+                      ".        .        .        FF7CAAFF 807CAAFF FF7CAAFF FF7CAAFF .        .        .",
+                      ".        .        .        FF7CAAFF FF7CAAFF FF7CAAFF FF7CAAFF .        .        .",
+                      ".        .        .        .        .        .        .        .        .        .",
+                      ".        .        .        .        .        .        .        .        .        .",
+                      ".        .        .        .        .        .        .        .        .        .",
+                  },
+                  kPalette),
               Picture(RunOutline(1.5f, 0, 0, {0.2f, 0.4f, 1.0f, 1.0f}), 10, kPalette));
 }
 
 TEST(OutlineRoutine, CenteredBlendTransparent) {
-    EXPECT_EQ(Picture({
-                  ".        .        .        .        .        .        .        .        .        .        .        .",
-                  ".        .        .        .        .        .        .        .        .        .        .        .",
-                  ".        .        .        Y2F      Y59      Y59      Y59      Y59      Y2F      .        .        .",
-                  ".        .        Y2F      YB3      YB3      YB3      YB3      YB3      YB3      Y2F      .        .",
-                  ".        .        Y59      YB3      FFE2DE12 FFE2DE12 FFE2DE12 FFE2DE12 YB3      Y59      .        .",
-                  ".        .        Y59      YB3      FFE2DE12 D9EFEC0C FFE2DE12 FFE2DE12 YB3      Y59      .        .",
-                  ".        .        Y59      YB3      FFE2DE12 FFE2DE12 FFE2DE12 FFE2DE12 YB3      Y59      .        .",
-                  ".        .        Y2F      YB3      YB3      YB3      YB3      YB3      YB3      Y2F      .        .",
-                  ".        .        .        Y2F      Y59      Y59      Y59      Y59      Y2F      .        .        .",
-                  ".        .        .        .        .        .        .        .        .        .        .        .",
-                  ".        .        .        .        .        .        .        .        .        .        .        .",
-              }, kPalette),
-              Picture(RunOutline(3.0f, 1, 2, {1.0f, 1.0f, 0.0f, 0.7f}), 12, kPalette));
+    EXPECT_EQ(
+        Picture(
+            {
+                ".        .        .        .        .        .        .        .        .        .        .        .",
+                ".        .        .        .        .        .        .        .        .        .        .        .",
+                ".        .        .        Y2F      Y59      Y59      Y59      Y59      Y2F      .        .        .",
+                ".        .        Y2F      YB3      YB3      YB3      YB3      YB3      YB3      Y2F      .        .",
+                ".        .        Y59      YB3      FFE2DE12 FFE2DE12 FFE2DE12 FFE2DE12 YB3      Y59      .        .",
+                ".        .        Y59      YB3      FFE2DE12 D9EFEC0C FFE2DE12 FFE2DE12 YB3      Y59      .        .",
+                ".        .        Y59      YB3      FFE2DE12 FFE2DE12 FFE2DE12 FFE2DE12 YB3      Y59      .        .",
+                ".        .        Y2F      YB3      YB3      YB3      YB3      YB3      YB3      Y2F      .        .",
+                ".        .        .        Y2F      Y59      Y59      Y59      Y59      Y2F      .        .        .",
+                ".        .        .        .        .        .        .        .        .        .        .        .",
+                ".        .        .        .        .        .        .        .        .        .        .        .",
+            },
+            kPalette),
+        Picture(RunOutline(3.0f, 1, 2, {1.0f, 1.0f, 0.0f, 0.7f}), 12, kPalette));
 }
 
 TEST(OutlineRoutine, OpaqueAlphaWithModeTwoIsReplace) {

@@ -53,11 +53,10 @@ TEST(ShiftHuePixel, TransparentPixelGetsTransformedColourAndKeepsAlphaZero) {
 
 TEST(HueChannel, PiecesOfTheTurn) {
     EXPECT_EQ(255u, HueChannel(0, 65280, 21845));  // plateau
-    EXPECT_EQ(0u, HueChannel(0, 65280, 0));         // start of the rise: w = 0
-    EXPECT_EQ(0u, HueChannel(0, 65280, 43690));     // w = 1 truncates to nothing
+    EXPECT_EQ(0u, HueChannel(0, 65280, 0));        // start of the rise: w = 0
+    EXPECT_EQ(0u, HueChannel(0, 65280, 43690));    // w = 1 truncates to nothing
     EXPECT_EQ(50u, HueChannel(12800, 51200, 47331));
 }
-
 
 TEST(TruncateToInt32, CastWithinTheRangeHeldBeyondItAndNaNIsZero) {
     EXPECT_EQ(-3, TruncateToInt32(-3.9f));

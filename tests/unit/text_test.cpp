@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "operations/colour/colour_strings.h"
 #include "frame/object.h"
 #include "frame/text.h"
 #include "host/registry.h"
+#include "operations/colour/colour_strings.h"
 
 using namespace zt;
 
@@ -116,7 +116,8 @@ TEST(PrintfLocalizedString, StringAndNumberAreCombinedInTheAskedLanguage) {
 }
 
 TEST(PrintfLocalizedString, TranslatedFormatWithTranslatedArgument) {
-    auto text = Printf(MultiLanguage(u"[0409]Colorize - %s[0405]Obarvit - %s"), MultiLanguage(u"[0409]Red[0405]Červená"));
+    auto text =
+        Printf(MultiLanguage(u"[0409]Colorize - %s[0405]Obarvit - %s"), MultiLanguage(u"[0409]Red[0405]Červená"));
     EXPECT_EQ(u"Colorize - Red", TextIn(text, 0x0409));
     EXPECT_EQ(u"Obarvit - Červená", TextIn(text, 0x0405));
 }
@@ -166,7 +167,7 @@ TEST(TranslatorStep, EnglishSectionIsTranslatedForAnotherLanguage) {
     STranslatorInstalled installed;
     EXPECT_EQ(u"<A:de>", TextIn(MultiLanguage(u"[0409]A[0405]B"), 0x0407));
     EXPECT_EQ(u"B", TextIn(MultiLanguage(u"[0409]A[0405]B"), 0x0405));  // found: no translation
-    EXPECT_EQ(u"B", TextIn(MultiLanguage(u"[0405]B"), 0x0407));          // another language's section stands
+    EXPECT_EQ(u"B", TextIn(MultiLanguage(u"[0405]B"), 0x0407));         // another language's section stands
     EXPECT_EQ(u"<plain:de>", TextIn(MultiLanguage(u"plain"), 0x0407));
     EXPECT_EQ(u"plain", TextIn(MultiLanguage(u"plain"), 0x0409));
 }
