@@ -20,17 +20,6 @@ ComPtr<IConfig> BlendConfig(const std::string& aBackground, int aThreshold) {
     return config;
 }
 
-const uint16_t* GammaTable() {
-    static ComPtr<IGammaTableCache> cache = zthost::Create<IGammaTableCache>(CLSID_GammaTableCache);
-    return cache->GetSRGBTable();
-}
-
-TPixelChannel Px(uint32_t aValue) {
-    TPixelChannel p;
-    p.n = aValue;
-    return p;
-}
-
 }  // namespace
 
 TEST(BackgroundBlendOp, SemiTransparentPixelsAreMixedInLinearLight) {

@@ -22,17 +22,6 @@ ComPtr<IConfig> AdjustConfig(int aBrightness, int aContrast, const std::string& 
     return config;
 }
 
-const uint16_t* GammaTable() {
-    static ComPtr<IGammaTableCache> cache = zthost::Create<IGammaTableCache>(CLSID_GammaTableCache);
-    return cache->GetSRGBTable();
-}
-
-TPixelChannel Px(uint32_t aValue) {
-    TPixelChannel p;
-    p.n = aValue;
-    return p;
-}
-
 }  // namespace
 
 TEST(ColorTransformationsTables, DefaultsGiveTheIdentity) {

@@ -21,12 +21,6 @@ ComPtr<IConfig> ColorizeConfig(const std::string& aMode, const std::string& aHue
     return config;
 }
 
-TPixelChannel Px(uint32_t aValue) {
-    TPixelChannel p;
-    p.n = aValue;
-    return p;
-}
-
 }  // namespace
 
 TEST(ColorizeTable, FullSaturationRedHueGivesPureRedsBelowTheMiddle) {

@@ -12,17 +12,6 @@ using namespace optest;
 
 namespace {
 
-const uint16_t* GammaTable() {
-    static ComPtr<IGammaTableCache> cache = zthost::Create<IGammaTableCache>(CLSID_GammaTableCache);
-    return cache->GetSRGBTable();
-}
-
-TPixelChannel Px(uint32_t aValue) {
-    TPixelChannel p;
-    p.n = aValue;
-    return p;
-}
-
 // The module's classes are made by class id through the host, as the operation manager does.
 class FadeTest : public ::testing::Test {
 protected:

@@ -11,6 +11,18 @@
 
 namespace optest {
 
+inline TPixelChannel Px(uint32_t aValue) {
+    TPixelChannel p;
+    p.n = aValue;
+    return p;
+}
+
+// The host's 16-bit sRGB table, as the colour operations get it.
+inline const uint16_t* GammaTable() {
+    static ComPtr<IGammaTableCache> cache = zthost::Create<IGammaTableCache>(CLSID_GammaTableCache);
+    return cache->GetSRGBTable();
+}
+
 template <class T>
 ComPtr<IDocumentOperation> Operation() {
     ComPtr<IClassFactory> factory;
