@@ -65,14 +65,11 @@ public:
         }
         if (aStride < aWidth) return E_INVALIDARG;
         try {
+            // Bytes make a mask even when every one is 255: only a rectangle set as such is
+            // the plain rectangle.
             std::vector<uint8_t> bytes(size_t(aWidth) * aHeight);
-            bool all = true;
-            for (uint32_t row = 0; row < aHeight; ++row) {
-                const uint8_t* in = aBytes + size_t(row) * aStride;
-                std::copy_n(in, aWidth, bytes.data() + size_t(row) * aWidth);
-                all = all && std::all_of(in, in + aWidth, [](uint8_t b) { return b == 255; });
-            }
-            if (all) bytes.clear();
+            for (uint32_t row = 0; row < aHeight; ++row)
+                std::copy_n(aBytes + size_t(row) * aStride, aWidth, bytes.data() + size_t(row) * aWidth);
             bytes_.swap(bytes);
         } catch (const std::bad_alloc&) {
             return E_OUTOFMEMORY;

@@ -1,5 +1,6 @@
 #include "operations/shape/drop_shadow.h"
 
+#include <algorithm>
 #include <memory>
 #include <new>
 #include <vector>
@@ -125,6 +126,10 @@ HRESULT Run(IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext)
                 HRESULT hr = state->GetMask(int32_t(work.x), int32_t(work.y), uint32_t(work.w), uint32_t(work.h),
                                             uint32_t(work.w), mask.get());
                 if (FAILED(hr)) return hr;
+                // A mask fully set over the whole work rectangle limits nothing: no buffer, so
+                // coverage is the alpha itself.
+                if (covers && std::all_of(mask.get(), mask.get() + count, [](uint8_t b) { return b == 255; }))
+                    mask.reset();
             }
         }
     }

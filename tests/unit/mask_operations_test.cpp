@@ -8,6 +8,7 @@
 #include "host/masks.h"
 #include "operations/fill/auto_mask.h"
 #include "operations/fill/modify_mask.h"
+#include "operations/shape/drop_shadow.h"
 #include "tests/unit/operation_test_support.h"
 
 using namespace zt;
@@ -239,4 +240,59 @@ TEST_F(MaskOperations, ModifyMaskInnerFailureKeepsTheOldState) {
 
 TEST_F(MaskOperations, ModifyMaskNeedsARasterImage) {
     EXPECT_EQ(E_POINTER, Activate(Modify(), nullptr, ShiftHueInside(Modify()), zthost::CreateOperationContext()));
+}
+
+namespace {
+
+// 64 x 48 canvas, a 40 x 30 content at (12, 9): an opaque disc-like blob in a clear frame.
+ComPtr<IDocument> Blob() {
+    std::vector<uint32_t> pixels(40 * 30, 0u);
+    for (int y = 0; y < 30; ++y)
+        for (int x = 0; x < 40; ++x)
+            if ((x - 20) * (x - 20) + (y - 15) * (y - 15) < 12 * 12) pixels[size_t(y) * 40 + x] = 0xFF3060C0u;
+    return Document({64, 48}, {12, 9}, {40, 30}, pixels);
+}
+
+}  // namespace
+
+TEST_F(MaskOperations, AMaskOfBytesIsNeverThePlainRectangleEvenWhenEveryByteIsSet) {
+    ComPtr<IDocument> doc = Blob();
+    ComPtr<IOperationContext> context = zthost::CreateOperationContext();
+    const std::vector<uint8_t> all(64 * 48, 255);
+    context->StateSet(u"IMAGEMASK", zthost::CreateImageMask(0, 0, 64, 48, 64, all.data()));
+    ComPtr<IConfig> config = ConfigOf(Auto());
+    Set(config, "Operation", "DropShadow");
+    Set(config, "Operation/Size", "3");
+    Set(config, "Operation/Density", "150");
+    ASSERT_EQ(S_OK, Activate(Auto(), doc, config, context));
+    // Auto mask copied, ran, mixed and wrote the whole mask rectangle.
+    const zthost::RasterImageState s = State(doc);
+    EXPECT_EQ(0, s.contentOrigin.nX);
+    EXPECT_EQ(0, s.contentOrigin.nY);
+    EXPECT_EQ(64u, s.contentSize.nX);
+    EXPECT_EQ(48u, s.contentSize.nY);
+    EXPECT_EQ(0u, s.bufferReplaceCount);
+}
+
+TEST_F(MaskOperations, DropShadowTakesAMaskFullySetOverItsWorkAreaAsNoMask) {
+    // Size 3, offsets 1, 1: the work rectangle is 46 x 36 at (10, 7). The mask's one clear byte
+    // at (0, 0) lies outside it.
+    std::vector<uint8_t> bytes(64 * 48, 255);
+    bytes[0] = 0;
+    auto run = [&](ComPtr<ISharedStateImageMask> aMask) {
+        ComPtr<IDocument> doc = Blob();
+        ComPtr<IDocumentOperation> shadow = Operation<CDocumentOperationRasterImageDropShadow>();
+        ComPtr<IConfig> config = ConfigOf(shadow);
+        Set(config, "Size", "3");
+        Set(config, "Density", "150");
+        ComPtr<IOperationContext> context = zthost::CreateOperationContext();
+        if (aMask) context->StateSet(u"IMAGEMASK", aMask);
+        EXPECT_EQ(S_OK, Activate(shadow, doc, config, context));
+        return Content(doc);
+    };
+    const std::vector<uint32_t> plain = run(nullptr);
+    EXPECT_EQ(plain, run(zthost::CreateImageMask(0, 0, 64, 48, 64, bytes.data())));
+    // A byte below 255 inside the work rectangle makes a mask, and the coverage changes.
+    bytes[size_t(12) * 64 + 42] = 254;
+    EXPECT_NE(plain, run(zthost::CreateImageMask(0, 0, 64, 48, 64, bytes.data())));
 }
