@@ -19,6 +19,7 @@
 #include "operations/geometry/rotate.h"
 #include "operations/geometry/transformers.h"
 #include "operations/shape/drop_shadow.h"
+#include "operations/shape/long_shadow.h"
 #include "operations/shape/outlines.h"
 
 namespace zt {
@@ -55,6 +56,7 @@ constexpr SClassEntry Singleton() {
 using namespace category;
 
 constexpr SClassEntry kClasses[] = {
+    Singleton<CDocumentOperationLongShadow, Categories<operation, shadow>>(),
     Singleton<CDocumentOperationRasterImageAutoMask, Categories<operation, mask>>(),
     Singleton<CDocumentOperationRasterImageBackgroundBlend, Categories<operation, background>>(),
     Singleton<CDocumentOperationRasterImageBlur, Categories<operation, filter>>(),

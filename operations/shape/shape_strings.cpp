@@ -8,6 +8,7 @@ const SStringEntry kStrings[] = {
     {IDS_NAME_OUTLINES, u"Raster Image - Outline", u"Rastrový obrázek - Obrys"},
     {IDS_NAME_AUTOMASK, u"Raster Image - Mask", u"Rastrový obrázek - Maska"},
     {IDS_NAME_MODIFYMASK, u"Raster Image - Modify Mask", u"Rastrový obrázek - Úprava masky"},
+    {IDS_NAME_LONGSHADOW, u"Raster Image - Long shadow", u"Rastrový obrázek - Dlouhý stín"},
 };
 }  // namespace
 

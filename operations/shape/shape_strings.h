@@ -10,6 +10,7 @@ enum EShapeStringID : uint32_t {
     IDS_NAME_OUTLINES = 0x281,    // "Raster Image - Outline"
     IDS_NAME_AUTOMASK = 0x282,    // "Raster Image - Mask"
     IDS_NAME_MODIFYMASK = 0x283,  // "Raster Image - Modify Mask"
+    IDS_NAME_LONGSHADOW = 0x284,  // "Raster Image - Long shadow"
 };
 
 }  // namespace zt

@@ -45,6 +45,14 @@ protected:
         return config;
     }
 
+    // A configuration whose inner operation fails: a convolution matrix it cannot read.
+    static ComPtr<IConfig> FailingInside(IDocumentOperation* aOperation) {
+        ComPtr<IConfig> config = ConfigOf(aOperation);
+        Set(config, "Operation", "Convolution");
+        Set(config, "Operation/Matrix", "x");
+        return config;
+    }
+
     // The same inner operation straight on a copy: the "new" pixels.
     static std::vector<uint32_t> ShiftedDirectly(IDocument* aDocument) {
         ComPtr<IDocument> copy = zthost::CopyRasterDocument(aDocument);
@@ -148,9 +156,7 @@ TEST_F(MaskOperations, AutoMaskInnerFailureLeavesTheDocument) {
     ComPtr<IDocument> doc = Image(4, 3, kOpaque);
     ComPtr<IOperationContext> context = zthost::CreateOperationContext();
     context->StateSet(u"IMAGEMASK", zthost::CreateRectangularMask(1, 1, 2, 2));
-    ComPtr<IConfig> config = ConfigOf(Auto());
-    // No inner operation chosen: the manager cannot run it.
-    EXPECT_TRUE(FAILED(Activate(Auto(), doc, config, context)));
+    EXPECT_TRUE(FAILED(Activate(Auto(), doc, FailingInside(Auto()), context)));
     EXPECT_EQ(kOpaque, Content(doc));
 }
 
@@ -231,7 +237,7 @@ TEST_F(MaskOperations, ModifyMaskInnerFailureKeepsTheOldState) {
     ComPtr<IOperationContext> context = zthost::CreateOperationContext();
     ComPtr<ISharedStateImageMask> before = zthost::CreateRectangularMask(0, 0, 2, 2);
     context->StateSet(u"IMAGEMASK", before);
-    EXPECT_TRUE(FAILED(Activate(Modify(), doc, ConfigOf(Modify()), context)));
+    EXPECT_TRUE(FAILED(Activate(Modify(), doc, FailingInside(Modify()), context)));
     ComPtr<ISharedStateImageMask> after;
     context->StateGet(u"IMAGEMASK", ISharedStateImageMask::iid, after.out());
     EXPECT_EQ(before.get(), after.get());
