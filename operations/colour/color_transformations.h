@@ -12,7 +12,7 @@ class CDocumentOperationRasterImageColorTransformations
     : public COperation<CDocumentOperationRasterImageColorTransformations, IRasterImageFilter> {
 public:
     static constexpr CLSID classId = MakeGuid("0daf0f19-0e19-4295-b648-8f7dce2e19a6");
-    static constexpr uint32_t nameId = IDS_NAME_COLORADJUST;
+    static constexpr uint32_t nameId = IDS_NAME_COLORTRANSFORMATIONS;
     static const CSchema<SColorTransformationsSettings>& Schema();
 
     HRESULT Activate(IOperationManager* aManager, IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext,
