@@ -21,6 +21,7 @@
 #include "operations/shape/drop_shadow.h"
 #include "operations/shape/long_shadow.h"
 #include "operations/shape/outlines.h"
+#include "operations/shape/satin.h"
 
 namespace zt {
 
@@ -74,6 +75,7 @@ constexpr SClassEntry kClasses[] = {
     Singleton<CDocumentOperationRasterImageRemoveBorder, Categories<operation>>(),
     Singleton<CDocumentOperationRasterImageResample, Categories<operation>>(),
     Singleton<CDocumentOperationRasterImageRotate, Categories<operation, geometry>>(),
+    Singleton<CDocumentOperationRasterImageSatin, Categories<operation, effect, surface>>(),
     Singleton<CRasterImagePolarTransformation, Categories<operation, geometry>>(),
     Singleton<CDocumentOperationRasterImageShiftHue, Categories<operation, colour>>(),
 };

@@ -11,6 +11,7 @@ enum EShapeStringID : uint32_t {
     IDS_NAME_AUTOMASK = 0x282,    // "Raster Image - Mask"
     IDS_NAME_MODIFYMASK = 0x283,  // "Raster Image - Modify Mask"
     IDS_NAME_LONGSHADOW = 0x284,  // "Raster Image - Long shadow"
+    IDS_NAME_SATIN = 0x285,       // "Raster Image - Satin"
 };
 
 }  // namespace zt

@@ -1,0 +1,74 @@
+// The published Stack Blur: a triangular window of radius r (weights 1 .. r+1 .. 1), the
+// edges replicated, and the division by (r+1)^2 done as (sum x mul[r]) >> shift[r]. Shared by
+// Satin, Bevel and Projected shadow; rows first, then columns.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace zt {
+
+constexpr uint32_t kStackBlurMaxRadius = 254;
+
+// The published tables of 255 entries: shift[r] is the least that makes 2^shift above
+// 256 (r+1)^2, and mul[r] = 2^shift / (r+1)^2 rounded up.
+struct SStackBlurTables {
+    std::array<uint16_t, kStackBlurMaxRadius + 1> mul;
+    std::array<uint8_t, kStackBlurMaxRadius + 1> shift;
+};
+constexpr SStackBlurTables MakeStackBlurTables() {
+    SStackBlurTables t{};
+    for (uint32_t r = 0; r <= kStackBlurMaxRadius; ++r) {
+        const uint64_t d = uint64_t(r + 1) * (r + 1);
+        uint32_t s = 0;
+        while ((uint64_t(1) << s) <= 256 * d) ++s;
+        t.shift[r] = uint8_t(s);
+        t.mul[r] = uint16_t(((uint64_t(1) << s) + d - 1) / d);
+    }
+    return t;
+}
+inline constexpr SStackBlurTables kStackBlurTables = MakeStackBlurTables();
+
+// One line of aCount values aStep apart, blurred in place; aWork holds aCount values.
+template <class T>
+void StackBlurLine(T* aLine, size_t aCount, size_t aStep, uint32_t aRadius, std::vector<T>& aWork) {
+    if (aCount == 0 || aRadius == 0) return;
+    const uint32_t r = std::min(aRadius, kStackBlurMaxRadius);
+    const uint64_t mul = kStackBlurTables.mul[r];
+    const uint32_t shift = kStackBlurTables.shift[r];
+    aWork.resize(aCount);
+    for (size_t i = 0; i < aCount; ++i) aWork[i] = aLine[i * aStep];
+    const int64_t last = int64_t(aCount) - 1;
+    auto at = [&](int64_t i) -> uint64_t { return aWork[size_t(std::clamp<int64_t>(i, 0, last))]; };
+    // sum: the weighted window at x; in: the values right of x that the next step raises by
+    // one; out: x and the values left of it, which the next step lowers by one.
+    uint64_t sum = 0, in = 0, out = 0;
+    for (int64_t i = -int64_t(r); i <= int64_t(r); ++i) {
+        const uint64_t v = at(i);
+        sum += v * (r + 1 - uint64_t(i < 0 ? -i : i));
+        (i <= 0 ? out : in) += v;
+    }
+    for (int64_t x = 0; x <= last; ++x) {
+        aLine[size_t(x) * aStep] = T((sum * mul) >> shift);
+        sum -= out;
+        out -= at(x - r);
+        const uint64_t entering = at(x + r + 1), centre = at(x + 1);
+        in += entering;
+        sum += in;
+        out += centre;
+        in -= centre;
+    }
+}
+
+// A plane of aWidth x aHeight values, rows aRow apart: rows first, then columns.
+template <class T>
+void StackBlurPlane(T* aPlane, uint32_t aWidth, uint32_t aHeight, size_t aRow, uint32_t aRadius) {
+    std::vector<T> work;
+    for (uint32_t y = 0; y < aHeight; ++y) StackBlurLine(aPlane + y * aRow, aWidth, 1, aRadius, work);
+    for (uint32_t x = 0; x < aWidth; ++x) StackBlurLine(aPlane + x, aHeight, aRow, aRadius, work);
+}
+
+}  // namespace zt
