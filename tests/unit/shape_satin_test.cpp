@@ -125,8 +125,11 @@ TEST(SatinOperation, InvertedTheInsideTakesTheColourFullyAndTheOutsideStaysClear
     EXPECT_EQ(0xFF000000u, out[10 * 20 + 10]);
     // Two from the left edge, the left sample falls outside the square: d = 255, inverted 0.
     EXPECT_EQ(0xFFC86432u, out[10 * 20 + 5]);
-    for (size_t i = 0; i < out.size(); ++i)
-        if (Square()[i] == 0) EXPECT_EQ(0u, out[i]) << i;
+    const std::vector<uint32_t> square = Square();
+    for (size_t i = 0; i < out.size(); ++i) {
+        if (square[i] != 0) continue;
+        EXPECT_EQ(0u, out[i]) << i;
+    }
 }
 
 TEST(SatinOperation, NotInvertedTheInsideStaysAndTheFoldsTakeTheColour) {
