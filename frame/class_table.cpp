@@ -22,6 +22,7 @@
 #include "operations/shape/drop_shadow.h"
 #include "operations/shape/long_shadow.h"
 #include "operations/shape/outlines.h"
+#include "operations/shape/projected_shadow.h"
 #include "operations/shape/satin.h"
 
 namespace zt {
@@ -80,6 +81,7 @@ constexpr SClassEntry kClasses[] = {
     Singleton<CRasterImagePolarTransformation, Categories<operation, geometry>>(),
     Singleton<CDocumentOperationRasterImageShiftHue, Categories<operation, colour>>(),
     Singleton<CRasterImageContourGradient, Categories<operation, effect, surface>>(),
+    Singleton<CRasterImageProjectedShadow, Categories<operation, effect, shadow>>(),
 };
 
 }  // namespace

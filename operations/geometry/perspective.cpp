@@ -133,6 +133,14 @@ void SquareToQuad(const double q[8], double m[9]) {
     for (int i = 0; i < 9; ++i) m[i] = r[i];
 }
 
+void RectToQuad(const double aRect[8], const double aQuad[8], double aM[9]) {
+    double a[9], ai[9], b[9];
+    SquareToQuad(aRect, a);
+    transform::Invert3x3<double>(a, ai);
+    SquareToQuad(aQuad, b);
+    transform::Multiply3x3<double>(ai, b, aM);
+}
+
 bool PerspectiveMatrix(const float aPoints[8], uint32_t aW, uint32_t aH, TMatrix3x3f* aMatrix) {
     const float W = float(aW), H = float(aH);
     float p[8];
@@ -160,11 +168,8 @@ bool PerspectiveMatrix(const float aPoints[8], uint32_t aW, uint32_t aH, TMatrix
     const double rect[8] = {0, 0, W, 0, W, H, 0, H};
     double quad[8];
     for (int i = 0; i < 8; ++i) quad[i] = p[i];
-    double a[9], ai[9], b[9], m[9];
-    SquareToQuad(rect, a);
-    transform::Invert3x3<double>(a, ai);
-    SquareToQuad(quad, b);
-    transform::Multiply3x3<double>(ai, b, m);
+    double m[9];
+    RectToQuad(rect, quad, m);
     if (std::fabs(m[0]) <= 1e-14 || std::fabs(m[4]) <= 1e-14) return false;
     for (int i = 0; i < 9; ++i) out[i] = static_cast<float>(m[i]);
     return true;

@@ -9,6 +9,9 @@ namespace zt {
 
 // The projective map of the unit square onto four points (x, y each), row-vector form.
 void SquareToQuad(const double aQ[8], double aM[9]);
+// The map of a rectangle's corners onto a quadrilateral's (four points each, clockwise from
+// the upper left): the rectangle's own map inverted, then the quadrilateral's.
+void RectToQuad(const double aRect[8], const double aQuad[8], double aM[9]);
 
 // The matrix of "Mode" 0 from the eight point items (fractions of the canvas); false when the
 // quadrilateral is degenerate.

@@ -13,6 +13,7 @@ enum EShapeStringID : uint32_t {
     IDS_NAME_LONGSHADOW = 0x284,       // "Raster Image - Long shadow"
     IDS_NAME_SATIN = 0x285,            // "Raster Image - Satin"
     IDS_NAME_CONTOURGRADIENT = 0x286,  // "Raster Image - Shape gradient"
+    IDS_NAME_PROJECTEDSHADOW = 0x287,  // "Raster Image - Projected Shadow"
 };
 
 }  // namespace zt
