@@ -18,6 +18,7 @@
 #include "operations/geometry/resample.h"
 #include "operations/geometry/rotate.h"
 #include "operations/geometry/transformers.h"
+#include "operations/shape/bevel.h"
 #include "operations/shape/contour_gradient.h"
 #include "operations/shape/drop_shadow.h"
 #include "operations/shape/long_shadow.h"
@@ -80,6 +81,7 @@ constexpr SClassEntry kClasses[] = {
     Singleton<CDocumentOperationRasterImageSatin, Categories<operation, effect, surface>>(),
     Singleton<CRasterImagePolarTransformation, Categories<operation, geometry>>(),
     Singleton<CDocumentOperationRasterImageShiftHue, Categories<operation, colour>>(),
+    Singleton<CRasterImageBevel, Categories<operation, effect, surface>>(),
     Singleton<CRasterImageContourGradient, Categories<operation, effect, surface>>(),
     Singleton<CRasterImageProjectedShadow, Categories<operation, effect, shadow>>(),
 };

@@ -25,6 +25,9 @@ inline bool PoolForBlur(uint32_t aWidth, uint32_t aHeight) {
     return aHeight >= 16 && uint64_t(aWidth) * aHeight >= 16384u;
 }
 
+// Bevel: always, whatever the size; its tiles decide how many shares have work.
+inline bool PoolForBevel() { return true; }
+
 // ---- the share rule
 
 // Share aIndex of aTotal over aLines lines: lines [first, end) with n = min(aTotal, aLines)

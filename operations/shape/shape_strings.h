@@ -14,6 +14,7 @@ enum EShapeStringID : uint32_t {
     IDS_NAME_SATIN = 0x285,            // "Raster Image - Satin"
     IDS_NAME_CONTOURGRADIENT = 0x286,  // "Raster Image - Shape gradient"
     IDS_NAME_PROJECTEDSHADOW = 0x287,  // "Raster Image - Projected Shadow"
+    IDS_NAME_BEVEL = 0x288,            // "Raster Image - Bevel"
 };
 
 }  // namespace zt
