@@ -5,7 +5,8 @@
 
 landscape.png: an opaque 480x320 scene (sky, sun, mountains, hills, a lake, grain), for the
 colour operations. shape.png: a 320x240 badge with cut-out letters on a transparent background,
-with anti-aliased edges, for shadows, outlines and blurs. The random generator has a fixed seed,
+with anti-aliased edges, for shadows, outlines and blurs. logo.png: a 320x240 star in a ring
+with soft edges two pixels wide, for bevels and satin. The random generator has a fixed seed,
 so every run draws the same pixels.
 """
 
@@ -179,11 +180,48 @@ def shape(width=320, height=240):
     return rows
 
 
+def polygon_distance(px, py, points):
+    """Signed distance to a closed polygon: negative inside (even-odd rule)."""
+    inside, best = False, float("inf")
+    for i, (ax, ay) in enumerate(points):
+        bx, by = points[(i + 1) % len(points)]
+        best = min(best, segment_distance(px, py, ax, ay, bx, by))
+        if (ay > py) != (by > py) and px < ax + (py - ay) * (bx - ax) / (by - ay):
+            inside = not inside
+    return -best if inside else best
+
+
+def logo(width=320, height=240):
+    # A star in a ring with soft edges two pixels wide: bevels and satin show on it best.
+    cx, cy = 160, 120
+    star = []
+    for i in range(10):
+        r = 78 if i % 2 == 0 else 34
+        a = math.pi * i / 5 - math.pi / 2
+        star.append((cx + r * math.cos(a), cy + r * math.sin(a)))
+    rows = []
+    for y in range(height):
+        row = bytearray()
+        for x in range(width):
+            px, py = x + 0.5, y + 0.5
+            ring = abs(math.hypot(px - cx, py - cy) - 100) - 9
+            d = min(polygon_distance(px, py, star), ring)
+            coverage = clamp(0.5 - d / 2.0)
+            if coverage == 0:
+                row += b"\0\0\0\0"
+                continue
+            r, g, b = mix((40, 170, 190), (30, 90, 160), clamp((py - 20) / 200))
+            row += bytes((int(r + 0.5), int(g + 0.5), int(b + 0.5), int(coverage * 255 + 0.5)))
+        rows.append(bytes(row))
+    return rows
+
+
 def main():
     out = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else pathlib.Path(__file__).parent.parent / "samples")
     out.mkdir(parents=True, exist_ok=True)
     write_png(out / "landscape.png", 480, 320, 3, landscape(), dpi=72)
     write_png(out / "shape.png", 320, 240, 4, shape())
+    write_png(out / "logo.png", 320, 240, 4, logo())
 
 
 if __name__ == "__main__":

@@ -145,6 +145,18 @@ TEST(BevelOperation, TheSameTilesOnOneTwoOrThreeThreads) {
     for (size_t i = 1; i < results.size(); ++i) EXPECT_EQ(results[0], results[i]) << i;
 }
 
+TEST(BevelOperation, MoreThreadsThanTilesLeaveTheSharesWithoutATileIdle) {
+    // 120 x 100 with a margin of 12 holds one tile of 76 and more: shares 1 to 7 have none.
+    ComPtr<IConfig> config = ConfigOf(Bevel());
+    zthost::SetThreadCount(1);
+    const std::vector<uint32_t> one = RunBevel(Disc(), 120, 100, config);
+    zthost::SetThreadCount(8);
+    const std::vector<uint32_t> eight = RunBevel(Disc(), 120, 100, config);
+    zthost::SetThreadCount(0);
+    EXPECT_EQ(one, eight);
+    EXPECT_NE(Disc(), one);
+}
+
 TEST(BevelOperation, AMaskLimitsTheHeight) {
     ComPtr<IConfig> config = ConfigOf(Bevel());
     Set(config, "Source", "3");
