@@ -1,17 +1,25 @@
-// Drop shadow (Size 10, outer) and Outline (Width 4, centred) on a 2048 x 2048 shape image:
-// the whole Activate on a fresh copy, on the one thread both operations use. The peers
-// (bench/peers/shape_peers.py) run GEGL's drop shadow and OpenCV's distance transform on the
+// The shape effects on a 2048 x 2048 logo-like image (a disc with a soft rim and a square):
+// the whole Activate on a fresh copy. Drop shadow, Outline, Satin, Shape gradient, Long shadow
+// and Projected shadow run on the calling thread; Bevel on the pool, timed on all threads and
+// on one. A memcpy of the image stands beside them. The peers (bench/peers/shape_peers.py) run
+// GEGL's drop shadow and long shadow, ImageMagick's -shade and OpenCV's building blocks on the
 // same pixels.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 #include <vector>
 
 #include "host/zthost.h"
+#include "operations/shape/bevel.h"
 #include "operations/shape/chamfer.h"
+#include "operations/shape/contour_gradient.h"
 #include "operations/shape/drop_shadow.h"
+#include "operations/shape/long_shadow.h"
 #include "operations/shape/outlines.h"
+#include "operations/shape/projected_shadow.h"
+#include "operations/shape/satin.h"
 
 namespace {
 
@@ -102,8 +110,40 @@ void OutlineDistances(benchmark::State& state) {
     }
 }
 
+void Bevel(benchmark::State& state) {
+    Run<zt::CRasterImageBevel>(state, {{"Amount", "10"}, {"Blur", "2"}, {"Method", "1"}});
+}
+// The same on one thread of the pool, for the ratio of the threads.
+void BevelOneThread(benchmark::State& state) {
+    zthost::SetThreadCount(1);
+    Bevel(state);
+    zthost::SetThreadCount(0);
+}
+void Satin(benchmark::State& state) { Run<zt::CDocumentOperationRasterImageSatin>(state, {}); }
+void ShapeGradient(benchmark::State& state) { Run<zt::CRasterImageContourGradient>(state, {}); }
+void LongShadow(benchmark::State& state) { Run<zt::CDocumentOperationLongShadow>(state, {{"Length", "64"}}); }
+void ProjectedShadow(benchmark::State& state) { Run<zt::CRasterImageProjectedShadow>(state, {}); }
+
+// Copying the image once: the floor that every one of these stands beside.
+void Copy(benchmark::State& state) {
+    static const std::vector<TPixelChannel> pixels = Pixels();
+    std::vector<TPixelChannel> copy(pixels.size());
+    for (auto _ : state) {
+        std::memcpy(copy.data(), pixels.data(), pixels.size() * sizeof(TPixelChannel));
+        benchmark::DoNotOptimize(copy.data());
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * kSide * kSide * 4);
+}
+
 BENCHMARK(DropShadow)->Name("DropShadow/size10-outer")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(Outline)->Name("Outline/width4-centred")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(OutlineDistances)->Name("Outline/chamfer-two-maps")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(Bevel)->Name("Bevel/round-amount10-blur2-all-threads")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BevelOneThread)->Name("Bevel/round-amount10-blur2-one-thread")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(Satin)->Name("Satin/defaults")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(ShapeGradient)->Name("ShapeGradient/scale50")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(LongShadow)->Name("LongShadow/length64")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(ProjectedShadow)->Name("ProjectedShadow/defaults")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(Copy)->Name("Copy/memcpy-2048x2048")->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
