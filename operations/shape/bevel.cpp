@@ -215,8 +215,8 @@ HRESULT CRasterImageBevel::Transform(IConfig* aConfig, const TImageSize*, const 
         S s = Schema().ReadSettings(aConfig, &S::amount, &S::blur);
         auto scaled = [&](int32_t aValue) {
             const float v = float(aValue) * scale + 0.5f;
-            const int32_t r = v < 2147483520.0f ? (v > 1.0f ? static_cast<int32_t>(v) : 1) : INT32_MAX;
-            return std::max(r, 1);
+            if (!(v > 1.0f)) return 1;
+            return v < 2147483520.0f ? static_cast<int32_t>(v) : INT32_MAX;
         };
         s.amount = scaled(s.amount);
         s.blur = scaled(s.blur);

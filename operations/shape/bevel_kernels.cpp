@@ -15,6 +15,14 @@ SBevelVector BevelLight(float aX, float aY, float aZ, float aW) {
 
 namespace {
 
+// trunc(v) held inside 32 bits; what is not a number gives 0 (a light or colour setting can be).
+int32_t Truncate(float aValue) {
+    if (!(aValue == aValue)) return 0;
+    if (aValue <= -2147483648.0f) return INT32_MIN;
+    if (aValue >= 2147483647.0f) return INT32_MAX;
+    return static_cast<int32_t>(aValue);
+}
+
 // Long side over short side of a tile of a grid.
 float Ratio(uint32_t aWidth, uint32_t aHeight, uint32_t aColumns, uint32_t aRows) {
     const float w = float(aWidth / aColumns), h = float(aHeight / aRows);
@@ -146,7 +154,9 @@ void BevelLightTile(TPixelChannel* aBuffer, size_t aRow, uint32_t aWidth, uint32
             if (simple) {
                 const int32_t D = static_cast<int32_t>(
                     (gx * l.x + gy * l.y + 512.0f * l.z) * 255.0f / std::sqrt(gx * gx + gy * gy + 262144.0f) - base);
-                auto add = [&](uint8_t& aByte) { aByte = uint8_t(std::clamp(int32_t(aByte) + D, 0, 255)); };
+                auto add = [&](uint8_t& aByte) {
+                    aByte = uint8_t(std::clamp(int64_t(aByte) + D, int64_t(0), int64_t(255)));
+                };
                 add(px.bB);
                 add(px.bG);
                 add(px.bR);
@@ -156,14 +166,14 @@ void BevelLightTile(TPixelChannel* aBuffer, size_t aRow, uint32_t aWidth, uint32
             const float length = std::sqrt(gx * gx + gy * gy + Z * Z);
             const float nx = gx / length, ny = gy / length, nz = Z / length;
             if (normalMap) {
-                px.bR = uint8_t(std::floor(nx * 127.0f + 127.5f));
-                px.bG = uint8_t(std::floor(ny * 127.0f + 127.5f));
-                px.bB = uint8_t(std::floor(nz * 127.0f + 127.5f));
+                px.bR = uint8_t(Truncate(std::floor(nx * 127.0f + 127.5f)));
+                px.bG = uint8_t(Truncate(std::floor(ny * 127.0f + 127.5f)));
+                px.bB = uint8_t(Truncate(std::floor(nz * 127.0f + 127.5f)));
                 px.bA = 255;
                 continue;
             }
             const float e = l.x * nx + l.y * ny + l.z * nz;
-            const int32_t f = std::max(static_cast<int32_t>(e * k * 0.5f), 0);
+            const int32_t f = std::max(Truncate(e * k * 0.5f), 0);
             float S = 0.0f;
             if (shine) {
                 const float tileX = float(own.x0), tileY = float(own.y0);

@@ -19,6 +19,14 @@ float F32(const uint8_t* aAt) {
     return value;
 }
 
+// trunc(v) held inside 32 bits; what is not a number gives 0.
+int32_t Truncate(float aValue) {
+    if (!(aValue == aValue)) return 0;
+    if (aValue <= -2147483648.0f) return INT32_MIN;
+    if (aValue >= 2147483647.0f) return INT32_MAX;
+    return static_cast<int32_t>(aValue);
+}
+
 }  // namespace
 
 bool ReadIbtModel(const uint8_t* aData, size_t aSize, SIbtModel* aModel) {
@@ -69,10 +77,11 @@ std::vector<SPaintTriangle> PaintModel(const SIbtModel& aModel, const float aRot
         const SIbtVertex& v = aModel.vertices[i];
         SCorner& c = corners[i];
         c.depth = -dot(r[2], v.position) / R;
-        c.x = int32_t(dot(r[0], v.position) / (c.depth + 5) * scale) + hw;
-        c.y = hh - int32_t(dot(r[1], v.position) / (c.depth + 5) * scale);
-        const int64_t light = int64_t((0.7f * dot(r[2], v.normal) + 0.3f) * 65535.0f);
-        const uint32_t i16 = std::min<uint32_t>(uint32_t(light), 65535);
+        c.x = int32_t(int64_t(Truncate(dot(r[0], v.position) / (c.depth + 5) * scale)) + hw);
+        c.y = int32_t(hh - int64_t(Truncate(dot(r[1], v.position) / (c.depth + 5) * scale)));
+        // As an unsigned value: a negative light wraps round to the top, as it always has.
+        const uint32_t i16 =
+            std::min<uint32_t>(uint32_t(Truncate((0.7f * dot(r[2], v.normal) + 0.3f) * 65535.0f)), 65535);
         for (int k = 0; k < 3; ++k) c.colour[k] = uint16_t(uint32_t(v.colour[k]) * i16 >> 16);
         c.colour[3] = v.colour[3];
     }

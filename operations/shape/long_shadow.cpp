@@ -82,7 +82,7 @@ HRESULT Grow(IConfig* aConfig, TRasterImageRect* aRect, bool aMirror) {
     if (!aRect) return S_OK;
     return Guard([&] {
         const SLongShadowVector v = VectorOf(aConfig);
-        const int64_t x = int64_t(std::ceil(std::fabs(v.dx))), y = int64_t(std::ceil(std::fabs(v.dy)));
+        const int64_t x = ReachOf(std::fabs(v.dx)), y = ReachOf(std::fabs(v.dy));
         if ((v.dx > 0) != aMirror)
             aRect->tBR.nX = MoveSide(aRect->tBR.nX, x);
         else
