@@ -32,31 +32,34 @@ constexpr SStackBlurTables MakeStackBlurTables() {
 }
 inline constexpr SStackBlurTables kStackBlurTables = MakeStackBlurTables();
 
-// One line of aCount values aStep apart, blurred in place; aWork holds aCount values.
+// One line of aCount values aStep apart, blurred in place; aWork is scratch.
 template <class T>
 void StackBlurLine(T* aLine, size_t aCount, size_t aStep, uint32_t aRadius, std::vector<T>& aWork) {
     if (aCount == 0 || aRadius == 0) return;
     const uint32_t r = std::min(aRadius, kStackBlurMaxRadius);
     const uint64_t mul = kStackBlurTables.mul[r];
     const uint32_t shift = kStackBlurTables.shift[r];
-    aWork.resize(aCount);
-    for (size_t i = 0; i < aCount; ++i) aWork[i] = aLine[i * aStep];
-    const int64_t last = int64_t(aCount) - 1;
-    auto at = [&](int64_t i) -> uint64_t { return aWork[size_t(std::clamp<int64_t>(i, 0, last))]; };
+    // The line with its edges replicated r + 1 values out on both sides, so the window never
+    // needs a test.
+    aWork.resize(aCount + 2 * size_t(r) + 2);
+    T* v = aWork.data() + r + 1;
+    for (size_t i = 0; i < aCount; ++i) v[i] = aLine[i * aStep];
+    std::fill(aWork.data(), v, v[0]);
+    std::fill(v + aCount, aWork.data() + aWork.size(), v[aCount - 1]);
     // sum: the weighted window at x; in: the values right of x that the next step raises by
     // one; out: x and the values left of it, which the next step lowers by one.
     uint64_t sum = 0, in = 0, out = 0;
     for (int64_t i = -int64_t(r); i <= int64_t(r); ++i) {
-        const uint64_t v = at(i);
-        sum += v * (r + 1 - uint64_t(i < 0 ? -i : i));
-        (i <= 0 ? out : in) += v;
+        const uint64_t value = v[i];
+        sum += value * (r + 1 - uint64_t(i < 0 ? -i : i));
+        (i <= 0 ? out : in) += value;
     }
-    for (int64_t x = 0; x <= last; ++x) {
-        aLine[size_t(x) * aStep] = T((sum * mul) >> shift);
+    for (size_t x = 0; x < aCount; ++x) {
+        aLine[x * aStep] = T((sum * mul) >> shift);
         sum -= out;
-        out -= at(x - r);
-        const uint64_t entering = at(x + r + 1), centre = at(x + 1);
-        in += entering;
+        out -= v[ptrdiff_t(x) - ptrdiff_t(r)];
+        const uint64_t centre = v[x + 1];
+        in += v[x + r + 1];
         sum += in;
         out += centre;
         in -= centre;
