@@ -101,11 +101,9 @@ void ProjectedShadowBlur(uint8_t* aPlane, uint32_t aWidth, uint32_t aHeight, con
     const size_t size = size_t(pw) * ph;
     std::vector<uint8_t> middle(aPlane, aPlane + size), first(aPlane, aPlane + size);
     const uint32_t rm = static_cast<uint32_t>((r1 + r2) * 0.5f + 0.5f);
-    for (uint32_t x = 0; x < pw; ++x) {
-        StackBlurLine(middle.data() + x, ph, pw, rm, work);
-        StackBlurLine(first.data() + x, ph, pw, r1, work);
-        StackBlurLine(aPlane + x, ph, pw, r2, work);
-    }
+    StackBlurColumns(middle.data(), pw, ph, pw, rm);
+    StackBlurColumns(first.data(), pw, ph, pw, r1);
+    StackBlurColumns(aPlane, pw, ph, pw, r2);
     const uint32_t c = ph / 2;
     for (uint32_t k = 0; k < ph; ++k) {
         uint8_t* out = aPlane + size_t(k) * pw;
