@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
 namespace zt {
@@ -78,7 +79,9 @@ void StackBlurColumns(T* aPlane, uint32_t aWidth, uint32_t aHeight, size_t aRow,
     const uint32_t shift = kStackBlurTables.shift[r];
     const size_t rows = size_t(aHeight) + 2 * size_t(r) + 2;
     std::vector<T> padded(rows * kBlock);
-    uint64_t sum[kBlock], in[kBlock], out[kBlock];
+    // Sums of bytes stay below 255 x 255^2 and fit 32 bits, which run more lanes at once.
+    using TSum = std::conditional_t<sizeof(T) == 1, uint32_t, uint64_t>;
+    TSum sum[kBlock], in[kBlock], out[kBlock];
     for (uint32_t x0 = 0; x0 < aWidth; x0 += kBlock) {
         const uint32_t n = std::min(kBlock, aWidth - x0);
         // Row i of the block is row i - r - 1 of the plane, the edge rows replicated.
@@ -92,9 +95,9 @@ void StackBlurColumns(T* aPlane, uint32_t aWidth, uint32_t aHeight, size_t aRow,
         std::fill(out, out + n, 0);
         for (int64_t i = -int64_t(r); i <= int64_t(r); ++i) {
             const T* v = at(i);
-            const uint64_t weight = r + 1 - uint64_t(i < 0 ? -i : i);
+            const TSum weight = TSum(r + 1 - uint32_t(i < 0 ? -i : i));
             for (uint32_t c = 0; c < n; ++c) {
-                sum[c] += uint64_t(v[c]) * weight;
+                sum[c] += TSum(v[c]) * weight;
                 (i <= 0 ? out[c] : in[c]) += v[c];
             }
         }
@@ -104,7 +107,7 @@ void StackBlurColumns(T* aPlane, uint32_t aWidth, uint32_t aHeight, size_t aRow,
             const T* entering = at(int64_t(y) + int64_t(r) + 1);
             const T* centre = at(int64_t(y) + 1);
             for (uint32_t c = 0; c < n; ++c) {
-                line[c] = T((sum[c] * mul) >> shift);
+                line[c] = T((uint64_t(sum[c]) * mul) >> shift);
                 sum[c] -= out[c];
                 out[c] -= leaving[c];
                 in[c] += entering[c];
