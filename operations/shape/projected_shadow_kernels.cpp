@@ -37,7 +37,10 @@ void Map(const double aM[9], double aX, double aY, double* aOutX, double* aOutY)
 int64_t Fixed(double aValue) {
     const double v = aValue * 256.0;
     if (!(v > -1e15 && v < 1e15)) return int64_t(1) << 50;  // far outside the plane
-    return std::llround(v);
+    // Half away from zero, as llround, without the call: v minus its integer part is exact.
+    const int64_t whole = static_cast<int64_t>(v);
+    const double rest = v - double(whole);
+    return rest >= 0.5 ? whole + 1 : rest <= -0.5 ? whole - 1 : whole;
 }
 
 bool Degenerate(const double aM[9]) {
