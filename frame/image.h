@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <new>
+#include <vector>
 
 #include "frame/object.h"
 #include "frame/operation.h"
@@ -79,6 +80,21 @@ public:
 private:
     IDocumentImage* image_;
 };
+
+// Reads a rectangle into a tight buffer with TileGet, lets aKernel(pixels) change it in place,
+// and writes it back with TileSet; a failure of either is the result. The rectangle's pixel
+// count fits 32 bits (the caller checks).
+template <class F>
+HRESULT RewriteTile(IDocumentRasterImage* aImage, TImagePoint aOrigin, TImageSize aSize, F&& aKernel,
+                    int32_t aKeepContent = 1) {
+    const uint32_t count = aSize.nX * aSize.nY;
+    std::vector<TPixelChannel> pixels(count);
+    const TImageStride stride{1, aSize.nX};
+    HRESULT hr = aImage->TileGet(CHANNEL_COLOR, &aOrigin, &aSize, &stride, count, pixels.data(), nullptr, ACCESS_MODE);
+    if (FAILED(hr)) return hr;
+    aKernel(pixels.data());
+    return aImage->TileSet(CHANNEL_COLOR, &aOrigin, &aSize, &stride, count, pixels.data(), aKeepContent);
+}
 
 // A new buffer from BufferAllocate, freed by its deleter unless Replace hands it over.
 class CAutoPixelBuffer {

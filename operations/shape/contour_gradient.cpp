@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "frame/boundary.h"
+#include "frame/image.h"
 #include "frame/text.h"
 #include "operations/shape/contour_gradient_kernels.h"
 #include "operations/shape/shape_run.h"
@@ -48,14 +49,8 @@ HRESULT Run(IDocument* aDocument, IConfig* aConfig) {
     if (FAILED(image->CanvasGet(nullptr, nullptr, &origin, &size, nullptr))) return E_FAIL;
     if (size.nX == 0 || size.nY == 0) return S_FALSE;
 
-    const size_t count = size_t(size.nX) * size.nY;
-    std::vector<TPixelChannel> pixels(count);
-    const TImageStride stride{1, size.nX};
-    HRESULT hr =
-        image->TileGet(CHANNEL_COLOR, &origin, &size, &stride, uint32_t(count), pixels.data(), nullptr, ACCESS_MODE);
-    if (FAILED(hr)) return hr;
-    ContourGradient(pixels.data(), size.nX, size.nY, scale, table);
-    return image->TileSet(CHANNEL_COLOR, &origin, &size, &stride, uint32_t(count), pixels.data(), 1);
+    return RewriteTile(image, origin, size,
+                       [&](TPixelChannel* aPixels) { ContourGradient(aPixels, size.nX, size.nY, scale, table); });
 }
 
 }  // namespace

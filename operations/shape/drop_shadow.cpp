@@ -8,6 +8,7 @@
 #include "frame/boundary.h"
 #include "frame/config.h"
 #include "frame/host_masks.h"
+#include "frame/image.h"
 #include "frame/text.h"
 #include "operations/shape/drop_shadow_kernels.h"
 #include "operations/shape/shape_run.h"
@@ -138,18 +139,12 @@ HRESULT Run(IDocument* aDocument, IConfig* aConfig, IOperationContext* aContext)
     HRESULT hr = block.Begin();
     if (FAILED(hr)) return hr;
 
-    std::vector<TPixelChannel> pixels(count);
-    const TImagePoint at = work.Origin();
-    const TImageSize workSize = work.Size();
-    const TImageStride stride{1, workSize.nX};
-    hr = image->TileGet(CHANNEL_COLOR, &at, &workSize, &stride, uint32_t(count), pixels.data(), nullptr, ACCESS_MODE);
-    if (FAILED(hr)) return hr;
-
     SLinearTables tables;
     MakeLinearTables(tables);
-    DropShadow(pixels.data(), workSize.nX, workSize.nY, params, mask.get(), tables);
-
-    return image->TileSet(CHANNEL_COLOR, &at, &workSize, &stride, uint32_t(count), pixels.data(), 1);
+    const TImageSize workSize = work.Size();
+    return RewriteTile(image, work.Origin(), workSize, [&](TPixelChannel* aPixels) {
+        DropShadow(aPixels, workSize.nX, workSize.nY, params, mask.get(), tables);
+    });
 }
 
 }  // namespace

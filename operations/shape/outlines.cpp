@@ -5,6 +5,7 @@
 
 #include "frame/boundary.h"
 #include "frame/config.h"
+#include "frame/image.h"
 #include "frame/text.h"
 #include "operations/shape/outlines_kernels.h"
 #include "operations/shape/shape_run.h"
@@ -85,17 +86,9 @@ HRESULT Run(IDocument* aDocument, IConfig* aConfig) {
                    int64_t(content.nY) + 2 * margin};
     if (work.Empty()) return S_FALSE;
     if (!work.Fits()) return E_OUTOFMEMORY;
-    const size_t count = size_t(work.w) * size_t(work.h);
-
-    std::vector<TPixelChannel> pixels(count);
-    const TImagePoint at = work.Origin();
     const TImageSize size = work.Size();
-    const TImageStride stride{1, size.nX};
-    HRESULT hr =
-        image->TileGet(CHANNEL_COLOR, &at, &size, &stride, uint32_t(count), pixels.data(), nullptr, ACCESS_MODE);
-    if (FAILED(hr)) return hr;
-    Outline(pixels.data(), size.nX, size.nY, params, tables);
-    return image->TileSet(CHANNEL_COLOR, &at, &size, &stride, uint32_t(count), pixels.data(), 1);
+    return RewriteTile(image, work.Origin(), size,
+                       [&](TPixelChannel* aPixels) { Outline(aPixels, size.nX, size.nY, params, tables); });
 }
 
 }  // namespace

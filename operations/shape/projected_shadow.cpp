@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "frame/boundary.h"
+#include "frame/image.h"
 #include "frame/object.h"
 #include "frame/text.h"
 #include "operations/shape/projected_shadow_kernels.h"
@@ -70,15 +71,10 @@ HRESULT Run(IDocument* aDocument, IConfig* aConfig) {
 
     SProjectedShadowParams params{s.blur1, s.blur2, s.density1, s.density2, {}};
     CornersInPixels(s, canvas.nX, canvas.nY, params.corners);
-    const size_t count = size_t(canvas.nX) * canvas.nY;
-    std::vector<TPixelChannel> pixels(count);
-    const TImagePoint origin{0, 0};
-    const TImageStride stride{1, canvas.nX};
-    HRESULT hr =
-        image->TileGet(CHANNEL_COLOR, &origin, &canvas, &stride, uint32_t(count), pixels.data(), nullptr, ACCESS_MODE);
-    if (FAILED(hr)) return hr;
-    ProjectedShadow(pixels.data(), canvas.nX, canvas.nY, params);  // degenerate: nothing drawn
-    hr = image->TileSet(CHANNEL_COLOR, &origin, &canvas, &stride, uint32_t(count), pixels.data(), 0);
+    // A degenerate quadrilateral draws nothing: the canvas goes back as it was.
+    const HRESULT hr = RewriteTile(
+        image, {0, 0}, canvas, [&](TPixelChannel* aPixels) { ProjectedShadow(aPixels, canvas.nX, canvas.nY, params); },
+        0);
     return FAILED(hr) ? hr : S_OK;
 }
 

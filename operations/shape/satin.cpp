@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "frame/boundary.h"
+#include "frame/image.h"
 #include "frame/text.h"
 #include "operations/shape/outlines_kernels.h"
 #include "operations/shape/satin_kernels.h"
@@ -68,14 +69,8 @@ HRESULT Run(IDocument* aDocument, IConfig* aConfig) {
     const uint64_t margin = 2 * uint64_t(params.radius);
     if ((size.nX + margin) * (size.nY + margin) > UINT32_MAX) return E_OUTOFMEMORY;
 
-    const size_t count = size_t(size.nX) * size.nY;
-    std::vector<TPixelChannel> pixels(count);
-    const TImageStride stride{1, size.nX};
-    HRESULT hr =
-        image->TileGet(CHANNEL_COLOR, &origin, &size, &stride, uint32_t(count), pixels.data(), nullptr, ACCESS_MODE);
-    if (FAILED(hr)) return hr;
-    Satin(pixels.data(), size.nX, size.nY, params, tables);
-    return image->TileSet(CHANNEL_COLOR, &origin, &size, &stride, uint32_t(count), pixels.data(), 1);
+    return RewriteTile(image, origin, size,
+                       [&](TPixelChannel* aPixels) { Satin(aPixels, size.nX, size.nY, params, tables); });
 }
 
 }  // namespace
