@@ -8,5 +8,9 @@ namespace zt {
 
 const STypeLibrary& ScriptingTypeLibrary();
 const SInterfaceType& ScriptedRasterImageType();
+const SInterfaceType& ScriptedBlenderType();
+// The tool's static members; its dynamic ones (a tool id as a method, ids from 100) come with
+// the tools manager.
+const SInterfaceType& ScriptedToolType();
 
 }  // namespace zt

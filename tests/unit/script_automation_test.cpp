@@ -227,3 +227,31 @@ TEST(ScriptedRasterImage, ConstantsResolutionAlphaAndTheDocument) {
     EXPECT_EQ(doc.get(), same.get());
     EXPECT_EQ(u"ZTOperationImageRaster 1.0 Type Library", std::u16string(ScriptingTypeLibrary().text));
 }
+
+TEST(TypeLibrary, EveryInterfaceHasUniqueIdsAndNamesAndTheCountsOfItsParts) {
+    const STypeLibrary& library = ScriptingTypeLibrary();
+    EXPECT_EQ(MakeGuid("2d83935d-1e47-4080-9445-0ed230709121"), library.id);
+    ASSERT_EQ(3u, library.interfaces.size());
+    for (const SInterfaceType* type : library.interfaces) {
+        for (size_t i = 0; i < type->members.size(); ++i)
+            for (size_t j = i + 1; j < type->members.size(); ++j) {
+                EXPECT_NE(type->members[i].id, type->members[j].id) << Utf16ToUtf8(type->members[i].name);
+                EXPECT_NE(type->Find(type->members[j].name), &type->members[i]);
+            }
+    }
+    EXPECT_EQ(34u, ScriptedRasterImageType().members.size());
+    // 42 operators, 11 channel codes, and the blender's other members.
+    int operators = 0, channels = 0;
+    for (const STypeMember& m : ScriptedBlenderType().members) {
+        const std::u16string name = m.name;
+        operators += name.rfind(u"Op", 0) == 0;
+        channels += name.rfind(u"Ch", 0) == 0;
+    }
+    EXPECT_EQ(42, operators);
+    EXPECT_EQ(11, channels);
+    EXPECT_EQ(68, ScriptedBlenderType().Find(u"opnormalreflection")->id);
+    EXPECT_EQ(EMemberKind::propertyGetPut, ScriptedBlenderType().Find(u"GammaCorrection")->kind);
+    EXPECT_TRUE(ScriptedBlenderType().Find(u"Compose")->params.back().optional);
+    EXPECT_EQ(30, ScriptedToolType().Find(u"SetColor1")->id);
+    EXPECT_EQ(nullptr, ScriptedToolType().Find(int32_t(18)));  // 18 is not used
+}
