@@ -85,12 +85,12 @@ TEST(VariantConvert, NumbersWithRangesAndRoundingHalfToEven) {
 TEST(VariantConvert, TextToAndFromNumbersAndBooleans) {
     CVariant out;
     CVariant text;
-    text.Raw() = VariantOfString(u" 12 ");
+    *text.out() = VariantOfString(u" 12 ");
     EXPECT_EQ(S_OK, Convert(text.Raw(), VT_I4, &out));
     EXPECT_EQ(12, out.Raw().lVal);
-    text.Raw() = VariantOfString(u"abc");
+    *text.out() = VariantOfString(u"abc");
     EXPECT_EQ(DISP_E_TYPEMISMATCH, Convert(text.Raw(), VT_R8, &out));
-    text.Raw() = VariantOfString(u"TRUE");
+    *text.out() = VariantOfString(u"TRUE");
     EXPECT_EQ(S_OK, Convert(text.Raw(), VT_BOOL, &out));
     EXPECT_EQ(-1, out.Raw().boolVal);
     EXPECT_EQ(S_OK, Convert(VariantOf(0.5f), VT_BSTR, &out));
