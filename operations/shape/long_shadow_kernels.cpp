@@ -83,9 +83,11 @@ void LongShadowSweep(const TPixelChannel* aSource, uint32_t aWidth, uint32_t aHe
                 TPixelChannel& d = aTarget[at(i, j, Ld, Pd, targetRow)];
                 float& reach = top[i + o];
                 if (s.bA != 0) {
+                    // A pixel is over the shadow when a caster stood fewer than G lines back:
+                    // judged before the pixel casts its own, so that Length 0 keeps the image.
+                    d = s.bA == 255 || t >= reach ? s : LongShadowOver(s, aColour, aTable);
                     const float v = float(int64_t(j) * 255 + s.bA);
                     if (v > reach) reach = v;
-                    d = s.bA == 255 || t >= reach ? s : LongShadowOver(s, aColour, aTable);
                 } else {
                     d = reach > t ? aColour.pixel : aDefault;
                 }

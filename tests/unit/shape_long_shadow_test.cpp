@@ -110,6 +110,25 @@ TEST(LongShadowSweep, LengthZeroKeepsTheImageAndGivesClearPixelsTheDefault) {
     EXPECT_EQ(3u, r.size.nX);
 }
 
+TEST(LongShadowSweep, ASemiTransparentPixelMixesOnlyWhereAShadowLiesUnderIt) {
+    // Length 0 keeps a half-clear pixel as it is: nothing casts onto it.
+    std::vector<uint32_t> half = kDot;
+    half[4] = 0x80C8C8C8u;
+    ComPtr<IDocument> still = Document({3, 3}, {0, 0}, {3, 3}, half);
+    ASSERT_EQ(S_OK, RunOperation(LongShadow(), still, Config("0", "135")));
+    EXPECT_EQ(half, Content(still));
+    // Behind an opaque pixel in the shadow's way, the same pixel lies over the shadow.
+    std::vector<uint32_t> pair(9, 0u);
+    pair[3] = O;
+    pair[4] = 0x80C8C8C8u;
+    ComPtr<IDocument> shaded = Document({3, 3}, {0, 0}, {3, 3}, pair);
+    ASSERT_EQ(S_OK, RunOperation(LongShadow(), shaded, Config("2", "90")));
+    const uint16_t* T = GammaTable();
+    const SLongShadowColour c{Px(P), T[0], T[0], T[0]};
+    EXPECT_EQ(LongShadowOver(Px(0x80C8C8C8u), c, T).n, PixelAt(shaded, 1, 1));
+    EXPECT_NE(0x80C8C8C8u, PixelAt(shaded, 1, 1));
+}
+
 TEST(LongShadowSweep, AClearImageIsTheDefaultEverywhere) {
     const SRun r = Sweep(std::vector<uint32_t>(9, 0u), Config("5", "200"), 0x11223344u);
     for (char c : r.picture) EXPECT_TRUE(c == 'D' || c == ' ' || c == '\n') << r.picture;
