@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <vector>
 
 namespace zt {
 
@@ -166,6 +167,167 @@ uint32_t ComposePixel(uint32_t aMode, uint32_t aD, uint32_t aS) {
     }
     alpha = skip ? dA : AlphaOf(aMode, dA, sA);
     return ComposeFinish(colour, alpha);
+}
+
+void HeightToNormal(const uint32_t* aSource, uint32_t* aTarget, uint32_t aWidth, uint32_t aHeight, int64_t aScale) {
+    const size_t w = aWidth, h = aHeight;
+    std::vector<int64_t> L(w * h);
+    for (size_t i = 0; i < L.size(); ++i) L[i] = HeightOf(aSource[i]);
+    for (size_t y = 0; y < h; ++y) {
+        size_t up = y, down = y;
+        int shift = 10;
+        if (y == 0) {
+            down = h == 1 ? y : y + 1;
+            shift = h == 1 ? 10 : 9;
+        } else if (y + 1 == h) {
+            up = y - 1;
+            shift = 9;
+        } else {
+            up = y - 1;
+            down = y + 1;
+        }
+        const int64_t* row = L.data() + y * w;
+        for (size_t x = 0; x < w; ++x) {
+            int64_t dx = 0;
+            if (w > 1) {
+                if (x == 0)
+                    dx = ((row[1] - row[0]) * aScale) >> 9;
+                else if (x + 1 == w)
+                    dx = ((row[x] - row[x - 1]) * aScale) >> 9;
+                else
+                    dx = ((row[x + 1] - row[x - 1]) * aScale) >> 10;
+            }
+            const int64_t dy = ((L[down * w + x] - L[up * w + x]) * aScale) >> shift;
+            const int64_t q = dx * dx + dy * dy;
+            uint32_t r, g, b;
+            if (q < 64517) {
+                b = uint32_t(254 - std::sqrt(double(q)));
+                g = uint32_t(dy + 127) & 255;
+                r = uint32_t(127 - dx) & 255;
+            } else {
+                const float f = 254.0f / std::sqrt(float(q));
+                b = 127;
+                g = uint32_t(static_cast<int64_t>(float(dy) * f + 127.0f)) & 255;
+                r = uint32_t(static_cast<int64_t>(127.0f - float(dx) * f)) & 255;
+            }
+            uint32_t& out = aTarget[y * w + x];
+            out = (out & 0xFF000000u) | r << 16 | g << 8 | b;
+        }
+    }
+}
+
+void Bumpmap(uint32_t* aTarget, const uint32_t* aSource, size_t aCount, float aLX, float aLY, float aLZ) {
+    for (size_t i = 0; i < aCount; ++i) {
+        uint32_t& d = aTarget[i];
+        if ((d >> 24) == 0) continue;
+        const float nx = float(int32_t((aSource[i] >> 16) & 255) - 127);
+        const float ny = float(int32_t((aSource[i] >> 8) & 255) - 127);
+        const float nz = float(int32_t(aSource[i] & 255) - 127);
+        const float m = std::sqrt(nx * nx + ny * ny + nz * nz) * 0.005f;
+        if (!(m > 0.0001f)) continue;
+        const float v = (ny * aLY + nx * aLX + nz * aLZ) / m - aLZ * 200.0f;
+        const int64_t delta = v == v ? static_cast<int64_t>(std::clamp(v, -1e6f, 1e6f)) : 0;
+        uint32_t out = d & 0xFF000000u;
+        for (int c = 0; c < 3; ++c)
+            out |= uint32_t(std::clamp<int64_t>(int64_t((d >> (8 * c)) & 255) + delta, 0, 255)) << (8 * c);
+        d = out;
+    }
+}
+
+void Displace(uint32_t* aTarget, const uint32_t* aSource, uint32_t aWidth, uint32_t aHeight, float aK) {
+    const std::vector<uint32_t> copy(aTarget, aTarget + size_t(aWidth) * aHeight);
+    // A float beyond 32 bits, or not a number, is held at the end of the range.
+    auto truncate = [](float aValue) {
+        if (!(aValue == aValue)) return int32_t(0);
+        return static_cast<int32_t>(std::clamp(aValue, -2147483648.0f, 2147483520.0f));
+    };
+    for (uint32_t y = 0; y < aHeight; ++y) {
+        for (uint32_t x = 0; x < aWidth; ++x) {
+            const uint32_t s = aSource[size_t(y) * aWidth + x];
+            const float red = float(int32_t((s >> 16) & 255) - 127), green = float(int32_t((s >> 8) & 255) - 127);
+            const uint32_t column = uint32_t(truncate(float(x) - red * aK + 0.5f + float(aWidth))) % aWidth;
+            const uint32_t row = uint32_t(truncate(green * aK + float(y) + 0.5f + float(aHeight))) % aHeight;
+            aTarget[size_t(y) * aWidth + x] = copy[size_t(row) * aWidth + column];
+        }
+    }
+}
+
+void MapChannelPixels(uint32_t* aTarget, const uint32_t* aSource, size_t aCount, uint32_t aCode) {
+    enum { kEmpty, kR, kG, kB, kA, kY, kCb, kCr };
+    uint32_t src[4], dst[4];
+    for (int i = 0; i < 4; ++i) {
+        src[i] = (aCode >> (4 * i)) & 15;
+        dst[i] = (aCode >> (16 + 4 * i)) & 15;
+    }
+    const auto inSource = [&](uint32_t aCodeValue) { return std::find(src, src + 4, aCodeValue) != src + 4; };
+    // The plain copy: every target nibble empty or one of the sources; dst i writes byte i - 1.
+    if (std::all_of(dst, dst + 4, [&](uint32_t c) { return c == 0 || inSource(c); })) {
+        for (size_t p = 0; p < aCount; ++p) {
+            uint32_t out = aTarget[p];
+            for (int i = 0; i < 4; ++i) {
+                if (!dst[i]) continue;
+                int from = 3;
+                for (int k = 0; k < 3; ++k)
+                    if (src[k] == dst[i]) {
+                        from = k;
+                        break;
+                    }
+                out = (out & ~(0xFFu << (8 * i))) | (((aSource[p] >> (8 * from)) & 255) << (8 * i));
+            }
+            aTarget[p] = out;
+        }
+        return;
+    }
+    int pos[16];
+    std::fill(pos, pos + 16, -1);
+    for (int i = 0; i < 4; ++i) pos[src[i]] = i;  // a later nibble with the same code wins
+    if (dst[0] == kA || dst[1] == kA || dst[2] == kA || (dst[3] == kA && pos[kA] < 0)) return;
+    const auto any = [&](uint32_t aFrom, uint32_t aTo) {
+        return std::any_of(dst, dst + 4, [&](uint32_t c) { return c >= aFrom && c <= aTo; });
+    };
+    const bool rgb = any(kR, kB), ycc = any(kY, kCr);
+    if (!rgb && !ycc) return;
+    const int targetByte[4] = {2, 1, 0, 3};  // the conversion takes dst1 for red
+    const auto byteOf = [](uint32_t aPixel, int aIndex) { return int32_t((aPixel >> (8 * aIndex)) & 255); };
+    const auto write = [&](uint32_t& aOut, int aIndex, int64_t aValue) {
+        const uint32_t v = uint32_t(std::clamp<int64_t>(aValue, 0, 255));
+        aOut = (aOut & ~(0xFFu << (8 * targetByte[aIndex]))) | v << (8 * targetByte[aIndex]);
+    };
+    if (!rgb) {
+        if (pos[kR] < 0 || pos[kG] < 0 || pos[kB] < 0) return;
+        for (size_t p = 0; p < aCount; ++p) {
+            const uint32_t s = aSource[p];
+            const double R = byteOf(s, pos[kR]), G = byteOf(s, pos[kG]), B = byteOf(s, pos[kB]);
+            const double Y = std::trunc(0.587 * G + 0.299 * R + 0.114 * B);
+            const double values[8] = {
+                0, 0, 0, 0, 0, Y, std::trunc((B - Y) * 0.565 + 128), std::trunc((R - Y) * 0.713 + 128)};
+            uint32_t out = aTarget[p];
+            for (int i = 0; i < 4; ++i) {
+                if (dst[i] == kA)
+                    write(out, i, byteOf(s, pos[kA]));
+                else if (dst[i] >= kY && dst[i] <= kCr)
+                    write(out, i, int64_t(values[dst[i]]));
+            }
+            aTarget[p] = out;
+        }
+        return;
+    }
+    if (pos[kY] < 0 || pos[kCb] < 0 || pos[kCr] < 0) return;
+    for (size_t p = 0; p < aCount; ++p) {
+        const uint32_t s = aSource[p];
+        const double Y = byteOf(s, pos[kY]), Cb = byteOf(s, pos[kCb]), Cr = byteOf(s, pos[kCr]);
+        const double values[4] = {0, std::trunc((Cr - 128) * 1.402 + Y),
+                                  std::trunc(Y - (Cb - 128) * 0.34414 - (Cr - 128) * 0.71414),
+                                  std::trunc((Cb - 128) * 1.772 + Y)};
+        uint32_t out = aTarget[p];
+        for (int i = 0; i < 4; ++i) {
+            if (dst[i] == kA)
+                write(out, i, byteOf(s, pos[kA]));
+            else if (dst[i] >= kR && dst[i] <= kB)
+                write(out, i, int64_t(values[dst[i]]));
+        }
+        aTarget[p] = out;
+    }
 }
 
 }  // namespace zt

@@ -3,6 +3,7 @@
 // Pixels are 0xAARRGGBB, not premultiplied; d is the destination, s the source.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace zt {
@@ -64,5 +65,26 @@ bool IsPixelOperator(uint32_t aMode);
 
 // One pixel of a pixel operator.
 uint32_t ComposePixel(uint32_t aMode, uint32_t aD, uint32_t aS);
+
+// The luminance a height map is read through: (3 blue + 5 green + 8 red) >> 4.
+inline uint32_t HeightOf(uint32_t aPixel) {
+    return (3 * (aPixel & 255) + 5 * ((aPixel >> 8) & 255) + 8 * ((aPixel >> 16) & 255)) >> 4;
+}
+
+// The normal map of the heights of aSource (w x h, may be aTarget itself) into aTarget, whose
+// alpha stays; aScale in 1/256.
+void HeightToNormal(const uint32_t* aSource, uint32_t* aTarget, uint32_t aWidth, uint32_t aHeight, int64_t aScale);
+
+// Lights aTarget by the normals of aSource at the same places: each colour of a pixel with
+// alpha gains (n . l) / (|n| x 0.005) - 200 l.z.
+void Bumpmap(uint32_t* aTarget, const uint32_t* aSource, size_t aCount, float aLX, float aLY, float aLZ);
+
+// Moves each pixel of aTarget by the source's red and green (127 is no move) times aK, the
+// offsets wrapping round inside the w x h rectangle.
+void Displace(uint32_t* aTarget, const uint32_t* aSource, uint32_t aWidth, uint32_t aHeight, float aK);
+
+// Channel mapping by a code of eight nibbles (src1 .. src4, dst1 .. dst4): a plain copy of
+// bytes, or a conversion between RGB and YCbCr; codes it cannot serve leave aTarget as it is.
+void MapChannelPixels(uint32_t* aTarget, const uint32_t* aSource, size_t aCount, uint32_t aCode);
 
 }  // namespace zt
