@@ -330,4 +330,50 @@ void MapChannelPixels(uint32_t* aTarget, const uint32_t* aSource, size_t aCount,
     }
 }
 
+void NormalReflection(uint32_t* aTarget, const uint32_t* aSource, uint32_t aWidth, uint32_t aHeight,
+                      const uint32_t* aEnvironment, uint32_t aEnvWidth, uint32_t aEnvHeight) {
+    if (!aEnvironment || aEnvWidth == 0 || aEnvHeight == 0) return;
+    const double m = std::max(aWidth, aHeight), i = 1.0 / m, pi = 3.14159265358979323846;
+    const double vy0 = ((m - aHeight) * 0.5 + 0.5) * i - 0.5, vx0 = 0.5 - ((m - aWidth) * 0.5 + 0.5) * i;
+    // A coordinate in 1/256 pixel; what is not a number lands on 0.
+    const auto fixed = [](double aValue) {
+        return aValue == aValue ? static_cast<int64_t>(std::clamp(aValue, -1e15, 1e15)) : int64_t(0);
+    };
+    const auto wrap = [](int64_t aValue, uint32_t aSize) { return uint32_t(((aValue % aSize) + aSize) % aSize); };
+    for (uint32_t y = 0; y < aHeight; ++y) {
+        const double vy = y * i + vy0;
+        for (uint32_t x = 0; x < aWidth; ++x) {
+            uint32_t& d = aTarget[size_t(y) * aWidth + x];
+            if ((d >> 24) == 0) continue;
+            const uint32_t s = aSource[size_t(y) * aWidth + x];
+            double nx = (int32_t((s >> 16) & 255) - 127) * 0.007874016,
+                   ny = (int32_t((s >> 8) & 255) - 127) * 0.007874016, nz = (int32_t(s & 255) - 127) * 0.007874016;
+            const double length = std::sqrt(nx * nx + ny * ny + nz * nz);
+            nx /= length, ny /= length, nz /= length;
+            const double vx = vx0 - x * i, vz = std::sqrt(1 - vx * vx - vy * vy);
+            const double p = vx * nx + vy * ny + vz * nz;
+            const double rx = vx - 2 * nx * p, ry = vy - 2 * ny * p, rz = vz - 2 * nz * p;
+            const int64_t u = fixed((0.25 - (std::atan2(rz, rx) / pi) * 0.5) * aEnvWidth * 256 + 0.5);
+            const int64_t v = fixed((std::asin(ry) / pi) * aEnvHeight * 256 + aEnvHeight * 0.5 * 256 + 0.5);
+            const uint64_t fu = uint64_t(u & 255), fv = uint64_t(v & 255);
+            const uint32_t iu = wrap(u >> 8, aEnvWidth), iv = wrap(v >> 8, aEnvHeight);
+            const uint32_t iu1 = (iu + 1) % aEnvWidth, iv1 = (iv + 1) % aEnvHeight;
+            const uint32_t samples[4] = {
+                aEnvironment[size_t(iv) * aEnvWidth + iu], aEnvironment[size_t(iv) * aEnvWidth + iu1],
+                aEnvironment[size_t(iv1) * aEnvWidth + iu], aEnvironment[size_t(iv1) * aEnvWidth + iu1]};
+            const uint64_t weights[4] = {(255 - fu) * (255 - fv), fu * (255 - fv), (255 - fu) * fv, fu * fv};
+            uint64_t A = 0, sums[3] = {0, 0, 0};
+            for (int k = 0; k < 4; ++k) {
+                const uint64_t aw = uint64_t(samples[k] >> 24) * weights[k];
+                A += aw;
+                for (int c = 0; c < 3; ++c) sums[c] += ((samples[k] >> (8 * c)) & 255) * aw;
+            }
+            uint32_t out = d & 0xFF000000u;
+            for (int c = 0; c < 3; ++c)
+                out |= uint32_t((sums[c] + ((d >> (8 * c)) & 255) * (16581375 - A)) / 16581375) << (8 * c);
+            d = out;
+        }
+    }
+}
+
 }  // namespace zt

@@ -87,4 +87,11 @@ void Displace(uint32_t* aTarget, const uint32_t* aSource, uint32_t aWidth, uint3
 // bytes, or a conversion between RGB and YCbCr; codes it cannot serve leave aTarget as it is.
 void MapChannelPixels(uint32_t* aTarget, const uint32_t* aSource, size_t aCount, uint32_t aCode);
 
+// Reflects an environment map of aEnvWidth x aEnvHeight in the normals of aSource over the
+// w x h target: a perspective view vector per pixel, the reflected ray's direction as
+// coordinates on the map, a bilinear sample in 1/256 pixel; the map's transparency lets the
+// target show through. Pixels of the target without alpha stay.
+void NormalReflection(uint32_t* aTarget, const uint32_t* aSource, uint32_t aWidth, uint32_t aHeight,
+                      const uint32_t* aEnvironment, uint32_t aEnvWidth, uint32_t aEnvHeight);
+
 }  // namespace zt

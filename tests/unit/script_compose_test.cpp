@@ -105,3 +105,21 @@ TEST(MapChannelPixels, ThePlainCopyAndTheConversionAddressBytesTheirOwnWays) {
     MapChannelPixels(d.data(), rgb.data(), 1, code(B, G, R, Y, A, Cb, Cr, 0));
     EXPECT_EQ(0x12345678u, d[0]);
 }
+
+TEST(NormalReflection, AnOpaqueMapOfOneColourGivesThatColourAndAClearOneShowsTheTarget) {
+    const std::vector<uint32_t> normals(4 * 3, 0xFF7F7FFEu);
+    std::vector<uint32_t> d = {0xFF102030u, 0xFF102030u, 0x00102030u, 0xFF102030u, 0xFF102030u, 0xFF102030u,
+                               0xFF102030u, 0xFF102030u, 0xFF102030u, 0xFF102030u, 0xFF102030u, 0xFF102030u};
+    const std::vector<uint32_t> blue(5 * 4, 0xFF0000FFu);
+    NormalReflection(d.data(), normals.data(), 4, 3, blue.data(), 5, 4);
+    for (size_t i = 0; i < d.size(); ++i) EXPECT_EQ(i == 2 ? 0x00102030u : 0xFF0000FFu, d[i]) << i;
+    const std::vector<uint32_t> clear(5 * 4, 0x00FFFFFFu);
+    std::vector<uint32_t> same(12, 0xFF102030u);
+    NormalReflection(same.data(), normals.data(), 4, 3, clear.data(), 5, 4);
+    EXPECT_EQ(std::vector<uint32_t>(12, 0xFF102030u), same);
+    // A zero normal is not guarded against: its ray is not a number and samples the map's corner.
+    std::vector<uint32_t> flat(12, 0xFF102030u);
+    const std::vector<uint32_t> zero(12, 0xFF7F7F7Fu);
+    NormalReflection(flat.data(), zero.data(), 4, 3, blue.data(), 5, 4);
+    EXPECT_EQ(std::vector<uint32_t>(12, 0xFF0000FFu), flat);
+}
