@@ -37,7 +37,7 @@ test-sanitize: deps
 	cd $(BUILD_ASAN) && ctest --output-on-failure -j$(JOBS)
 
 # Our benchmarks beside the peers (OpenCV, libvips, GEGL), in one run.
-PEERS := python3-opencv python3-numpy libvips-tools gegl imagemagick
+PEERS := python3-opencv python3-numpy python3-pil libvips-tools gegl imagemagick
 bench: build
 	@missing=""; for p in $(PEERS); do \
 	  dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q "install ok installed" || missing="$$missing $$p"; \

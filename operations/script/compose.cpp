@@ -66,7 +66,7 @@ std::vector<uint32_t> Environment(const TVariant& aParameter, TImageSize* aSize)
 void Apply(uint32_t aMode, uint32_t* D, uint32_t* S, uint32_t w, uint32_t h, const TVariant& aParameter) {
     const size_t count = size_t(w) * h;
     if (IsPixelOperator(aMode)) {
-        for (size_t i = 0; i < count; ++i) D[i] = ComposePixel(aMode, D[i], S[i]);
+        ComposePixels(aMode, D, S, count);
         return;
     }
     bool given = false;

@@ -63,8 +63,9 @@ uint32_t ComposeFinish(const uint8_t aColour[3], uint32_t aA);
 // ones (all but the bump maps, channel mapping, displacement, height to normal, reflection).
 bool IsPixelOperator(uint32_t aMode);
 
-// One pixel of a pixel operator.
+// One pixel of a pixel operator, and aCount of them in place in aD.
 uint32_t ComposePixel(uint32_t aMode, uint32_t aD, uint32_t aS);
+void ComposePixels(uint32_t aMode, uint32_t* aD, const uint32_t* aS, size_t aCount);
 
 // The luminance a height map is read through: (3 blue + 5 green + 8 red) >> 4.
 inline uint32_t HeightOf(uint32_t aPixel) {
