@@ -132,13 +132,26 @@ uint32_t Union(uint32_t aDA, uint32_t aSA) { return aDA + aSA - ((aDA * aSA + 25
 
 }  // namespace
 
-uint32_t ComposeFinish(const uint8_t aColour[3], uint32_t aA) {
+namespace {
+// floor(16711680 / A) for every alpha: the division of Finish, looked up.
+constexpr std::array<uint32_t, 256> kFinishFactor = [] {
+    std::array<uint32_t, 256> t{};
+    for (uint32_t a = 1; a < 256; ++a) t[a] = 16711680u / a;
+    return t;
+}();
+}  // namespace
+
+namespace {
+[[gnu::always_inline]] inline uint32_t Finish(const uint8_t aColour[3], uint32_t aA) {
     if (aA == 0) return 0;
-    const uint32_t r = 16711680u / aA;
+    const uint32_t r = kFinishFactor[aA & 255];
     uint32_t out = aA << 24;
     for (int i = 0; i < 3; ++i) out |= ((std::min<uint32_t>(aColour[i], aA) * r + 32768u) >> 16) << (8 * i);
     return out;
 }
+}  // namespace
+
+uint32_t ComposeFinish(const uint8_t aColour[3], uint32_t aA) { return Finish(aColour, aA); }
 
 bool IsPixelOperator(uint32_t aMode) { return aMode <= OpXor || IsStraight(aMode); }
 
@@ -163,7 +176,7 @@ namespace {
             colour[i] = uint8_t(a == 0 ? Dc : (((dA - Dc) * a + 255) >> 8) + ((Dc * (255 - a) + 255) >> 8));
         }
         alpha = a == 0 ? dA : dA + a - ((dA * a + 255) >> 8);
-        return ComposeFinish(colour, alpha);
+        return Finish(colour, alpha);
     }
     const bool skip = Guarded(aMode) && sA == 0;
     for (int i = 0; i < 3; ++i) {
@@ -172,7 +185,7 @@ namespace {
         colour[i] = uint8_t(skip ? Dc : Colour(aMode, Dc, Sc, dA, sA));
     }
     alpha = skip ? dA : AlphaOf(aMode, dA, sA);
-    return ComposeFinish(colour, alpha);
+    return Finish(colour, alpha);
 }
 
 template <uint32_t Mode>
